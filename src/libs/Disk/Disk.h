@@ -1,0 +1,92 @@
+// Class-level utilities every module and the driver share: the two output files of a module (its
+// log and its property list), reading a text file into a report, logging a caught exception,
+// cleaning a dictionary built from JSON, and the samples pipeline that turns reported executable
+// paths into hashed copies, "Samples.plist" and the archive on the Desktop.
+//
+// Paths that name the examined machine (reported executables, configuration files) are read
+// through its FileSystem; module folders, the run folder and the archive are host paths.
+// Nothing here returns an error code: failures are logged and give an empty value.
+#pragma once
+
+#include <exception>
+#include <filesystem>
+#include <initializer_list>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "libs/plist/Value.h"
+#include "libs/sys/FileSystem.h"
+#include "libs/sys/ProgramRunner.h"
+#include "modules/Module.h"
+
+class Disk {
+  public:
+    Disk() = delete;
+
+    // Module name -> module report.
+    using Results = std::map<std::string, modules::ModuleReport>;
+    // Link path -> its target as stored, or "NULL" when nothing exists there.
+    using SymlinkMap = std::map<std::string, std::string>;
+    // Path -> MD5 text.
+    using SamplesDictionary = std::map<std::string, std::string>;
+
+    static constexpr std::string_view kMissingFileMd5 = "File could not be found/invalid path";
+    static constexpr std::uint64_t kMaxSampleSize = 10000000;
+
+    // ---- Output files and logs ----
+
+    // Points the process's log at folder/file_name, appended. Silent.
+    static void redirectLog(const std::filesystem::path& folder, std::string_view file_name);
+    // The file's whole text, or "" (logging "<label> file does not exist!") when unreadable.
+    static std::string getFile(const sys::FileSystem& files, std::string_view path,
+                               std::string_view label);
+    // Writes the dictionary as an XML property list, replacing the file. When the dictionary
+    // cannot be written (it holds a null), its description text is written instead as a
+    // one-string property list. Never throws; the outcome is only logged.
+    static void write_plist(const plist::Value& dictionary, const std::filesystem::path& file);
+    // "<label> CRASHED" and the exception's five lines.
+    static void log_error(const std::exception& error, std::string_view label);
+    // The heading line as given, then the exception's name, reason, user information, call-stack
+    // symbols and call-stack return addresses, one log line each.
+    static void log_exception(std::string_view heading, const std::exception& error);
+    // The dictionary's description with every "<null>" replaced by "null value", parsed back:
+    // every leaf comes back a string. Empty (and logged) when the text does not parse.
+    static std::optional<plist::Dictionary> sanitize_json_dict(const plist::Dictionary& dictionary);
+    // Creates each named file empty in the folder, in order; a failure logs
+    // "Error in creating file <path>." and the next file is tried.
+    static void create_empty_files(const std::filesystem::path& folder,
+                                   std::initializer_list<std::string_view> names);
+
+    // ---- Samples pipeline ----
+
+    // The "Samples List" of the configuration's "Samples" entry when that entry has a key
+    // "Ignore" (whatever its value); otherwise none.
+    static std::optional<std::vector<std::string>> get_enabled_ignore_list(
+        const plist::Value& modules_config);
+    static bool check_if_symlink(const sys::FileSystem& files, const std::string& path);
+    // The link's destination, one level, as stored. Throws sys::Exception
+    // "NSInvalidArgumentException" when the path is not a readable link.
+    static std::string symlink_abs_path(const sys::FileSystem& files, const std::string& path);
+    // Replaces links in the reports by their targets, in place (see the .cpp for the cumulative
+    // carry-over between modules), and returns the symlink map.
+    static SymlinkMap replace_symlinks(const sys::FileSystem& files, Results& executables);
+    static std::string get_file_md5(const sys::FileSystem& files, const std::string& path);
+    static std::vector<std::string> get_md5_array(const sys::FileSystem& files,
+                                                  const std::vector<std::string>& paths);
+    static SamplesDictionary get_samples_dictionary(const sys::FileSystem& files,
+                                                    const Results& executables);
+    static void copy_samples(const sys::FileSystem& files, const SamplesDictionary& samples,
+                             const std::filesystem::path& samples_folder,
+                             const std::optional<std::vector<std::string>>& ignore_list);
+    static void write_samples_plist(const SamplesDictionary& samples, const SymlinkMap& symlinks,
+                                    const std::filesystem::path& samples_folder);
+    // Runs "/usr/bin/zip -r <archive> . -i *" in the run folder; an existing archive is updated.
+    static void zip_samples_to_desktop(sys::ProgramRunner& programs,
+                                       const std::filesystem::path& run_folder,
+                                       const std::filesystem::path& archive);
+    // Removes every entry of the run folder; the folder itself stays.
+    static void clean_up(const std::filesystem::path& run_folder);
+};

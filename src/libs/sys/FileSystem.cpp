@@ -1,0 +1,200 @@
+#include "libs/sys/FileSystem.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <memory>
+#include <system_error>
+
+#include "libs/plist/Reader.h"
+#include "libs/sys/FdIo.h"
+#include "libs/sys/Log.h"
+
+namespace sys {
+namespace {
+
+constexpr size_t kCopyChunk = 1 << 20;
+
+FileType type_of(mode_t mode) {
+    if (S_ISREG(mode)) return FileType::Regular;
+    if (S_ISDIR(mode)) return FileType::Directory;
+    if (S_ISLNK(mode)) return FileType::Symlink;
+    if (S_ISFIFO(mode)) return FileType::Fifo;
+    if (S_ISCHR(mode)) return FileType::CharDevice;
+    if (S_ISBLK(mode)) return FileType::BlockDevice;
+    if (S_ISSOCK(mode)) return FileType::Socket;
+    return FileType::Other;
+}
+
+struct DirCloser {
+    void operator()(DIR* dir) const { ::closedir(dir); }
+};
+
+bool write_host_file(const std::filesystem::path& host, std::string_view contents) {
+    UniqueFd fd(::open(host.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
+    return fd && write_all(fd.get(), contents);
+}
+
+}  // namespace
+
+FileSystem::FileSystem(std::filesystem::path root)
+    : root_(root.empty() ? std::filesystem::path("/") : std::move(root)),
+      live_(root_ == "/") {}
+
+const FileSystem& FileSystem::host() {
+    static const FileSystem host_fs("/");
+    return host_fs;
+}
+
+bool FileSystem::exists(std::string_view path) const {
+    auto host = host_path(path);
+    struct stat st {};
+    return host && ::stat(host->c_str(), &st) == 0;
+}
+
+bool FileSystem::is_directory(std::string_view path) const {
+    auto host = host_path(path);
+    struct stat st {};
+    return host && ::stat(host->c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+bool FileSystem::is_readable_file(std::string_view path) const {
+    auto host = host_path(path);
+    struct stat st {};
+    return host && ::stat(host->c_str(), &st) == 0 && S_ISREG(st.st_mode) &&
+           ::access(host->c_str(), R_OK) == 0;
+}
+
+std::optional<FileAttributes> FileSystem::attributes(std::string_view path) const {
+    auto host = host_path(path, /*follow_final_link=*/false);
+    struct stat st {};
+    if (!host || ::lstat(host->c_str(), &st) != 0) return std::nullopt;
+    return FileAttributes{type_of(st.st_mode), static_cast<std::uint64_t>(st.st_size)};
+}
+
+std::optional<std::string> FileSystem::link_destination(std::string_view path) const {
+    auto host = host_path(path, /*follow_final_link=*/false);
+    if (!host) return std::nullopt;
+    std::string target(4096, '\0');
+    ssize_t n = ::readlink(host->c_str(), target.data(), target.size());
+    if (n < 0 || static_cast<size_t>(n) >= target.size()) return std::nullopt;
+    target.resize(static_cast<size_t>(n));
+    return target;
+}
+
+std::optional<std::vector<std::string>> FileSystem::list_directory(std::string_view path) const {
+    auto host = host_path(path);
+    if (!host) return std::nullopt;
+    std::unique_ptr<DIR, DirCloser> dir(::opendir(host->c_str()));
+    if (!dir) return std::nullopt;
+    std::vector<std::string> names;
+    while (dirent* entry = ::readdir(dir.get())) {
+        std::string_view name = entry->d_name;
+        if (name == "." || name == "..") continue;
+        names.emplace_back(name);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+UniqueFd FileSystem::open_regular(std::string_view path) const {
+    auto host = host_path(path);
+    struct stat st {};
+    // Checked before opening too: opening some devices has side effects of its own.
+    if (!host || ::stat(host->c_str(), &st) != 0 || !S_ISREG(st.st_mode)) return UniqueFd();
+    UniqueFd fd(::open(host->c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+    if (!fd || ::fstat(fd.get(), &st) != 0 || !S_ISREG(st.st_mode)) return UniqueFd();
+    // Back to blocking reads: the file is known to be regular now.
+    ::fcntl(fd.get(), F_SETFL, ::fcntl(fd.get(), F_GETFL) & ~O_NONBLOCK);
+    return fd;
+}
+
+std::optional<std::string> FileSystem::read_file(std::string_view path) const {
+    UniqueFd fd = open_regular(path);
+    struct stat st {};
+    if (!fd || ::fstat(fd.get(), &st) != 0) return std::nullopt;
+    if (static_cast<std::uint64_t>(st.st_size) > kMaxWholeFileRead) {
+        logf("File too large to read whole: {}", path);
+        return std::nullopt;
+    }
+    auto content = read_all(fd.get(), kMaxWholeFileRead);
+    if (!content) logf("File could not be read whole: {}", path);
+    return content;
+}
+
+std::optional<plist::Value> FileSystem::read_plist(std::string_view path) const {
+    auto bytes = read_file(path);
+    if (!bytes) return std::nullopt;
+    return plist::parse(*bytes);
+}
+
+std::optional<plist::Dictionary> FileSystem::read_plist_dictionary(std::string_view path) const {
+    auto value = read_plist(path);
+    if (!value || !value->as_dict()) return std::nullopt;
+    return std::move(*value->as_dict());
+}
+
+std::optional<plist::Array> FileSystem::read_plist_array(std::string_view path) const {
+    auto value = read_plist(path);
+    if (!value || !value->as_array()) return std::nullopt;
+    return std::move(*value->as_array());
+}
+
+bool FileSystem::copy_file_to(std::string_view path,
+                              const std::filesystem::path& host_destination) const {
+    UniqueFd in = open_regular(path);
+    struct stat st {};
+    if (!in || ::fstat(in.get(), &st) != 0) return false;
+    UniqueFd out(::open(host_destination.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
+                        st.st_mode & 0777));
+    if (!out) return false;
+    std::unique_ptr<char[]> chunk(new char[kCopyChunk]);
+    for (;;) {
+        ssize_t n = ::read(in.get(), chunk.get(), kCopyChunk);
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0 || (n > 0 && !write_all(out.get(), std::string_view(chunk.get(), static_cast<size_t>(n))))) {
+            out.reset();
+            ::unlink(host_destination.c_str());
+            return false;
+        }
+        if (n == 0) return true;
+    }
+}
+
+bool FileSystem::create_file(std::string_view path, std::string_view contents) const {
+    auto host = host_path(path);
+    return host && write_host_file(*host, contents);
+}
+
+bool FileSystem::create_directory(std::string_view path) const {
+    auto host = host_path(path);
+    return host && ::mkdir(host->c_str(), 0755) == 0;
+}
+
+bool FileSystem::write_file_atomically(std::string_view path, std::string_view contents) const {
+    auto host = host_path(path);
+    if (!host) return false;
+    std::filesystem::path temporary = *host;
+    temporary += ".tvtriage-tmp";
+    if (!write_host_file(temporary, contents)) return false;
+    if (::rename(temporary.c_str(), host->c_str()) != 0) {
+        ::unlink(temporary.c_str());
+        return false;
+    }
+    return true;
+}
+
+bool FileSystem::remove_all(std::string_view path, std::string* error) const {
+    auto host = host_path(path, /*follow_final_link=*/false);
+    if (!host) return false;
+    std::error_code ec;
+    std::filesystem::remove_all(*host, ec);
+    if (ec && error) *error = ec.message();
+    return !ec;
+}
+
+}  // namespace sys

@@ -1,0 +1,41 @@
+#include "modules/Net/Net.h"
+
+#include "libs/Disk/Disk.h"
+#include "libs/sys/Log.h"
+
+namespace modules {
+namespace {
+
+constexpr std::string_view kHosts = "/private/etc/hosts";
+constexpr std::string_view kResolvConf = "/private/var/run/resolv.conf";
+constexpr std::string_view kPfConf = "/private/etc/pf.conf";
+
+}  // namespace
+
+Net::Net(const sys::Machine& machine) : machine_(machine) {}
+
+ModuleReport Net::start(const std::filesystem::path& module_folder) {
+    Disk::create_empty_files(module_folder, {"Net.plist", "Net.log"});
+    Disk::redirectLog(module_folder, "Net.log");
+
+    const bool live = machine_.live() != nullptr;
+    if (!live) {
+        sys::logf("{} is not the running system: lsof and the network profile are not collected.",
+                  machine_.files().root().string());
+    }
+    const sys::FileSystem& files = machine_.files();
+    plist::Dictionary result;
+    result["lsof"] = live ? lsofInfo() : plist::Dictionary{};
+    result["hosts"] = Disk::getFile(files, kHosts, "hosts");
+    result["resolv.conf"] = Disk::getFile(files, kResolvConf, "resolv.conf");
+    result["pf.conf"] = Disk::getFile(files, kPfConf, "pf.conf");
+    result["pf.anchors"] = getAnchors();
+    result["Network"] = live ? getNetworkInfo() : plist::Array{};
+
+    sys::log_line("Writing the final plist...");
+    Disk::write_plist(plist::Value(std::move(result)), module_folder / "Net.plist");
+    sys::log_line("Net.plist done!");
+    return {};
+}
+
+}  // namespace modules

@@ -1,0 +1,41 @@
+// A process's command line from its argument area.
+#include <new>
+
+#include "libs/sys/Log.h"
+#include "modules/Processes/ArgumentArea.h"
+#include "modules/Processes/Processes.h"
+
+namespace modules {
+
+std::string Processes::get_command_for_pid(std::int32_t pid) {
+    platform::LiveSystem* live = machine_.live();
+    if (!live) return "None";
+
+    int argument_max = 0;
+    if (live->query_argument_max(&argument_max) != 0) {
+        sys::logf("sysctl 3 failed for pid {}!!", pid);
+        return "None";
+    }
+    // The whole maximum is asked for: a smaller buffer would get the tail of the area.
+    bool allocated = argument_max > 0;
+    if (allocated) {
+        try {
+            argument_buffer_.resize(static_cast<std::size_t>(argument_max));
+        } catch (const std::bad_alloc&) {
+            allocated = false;
+        }
+    }
+    if (!allocated) {
+        sys::logf("malloc 2 failed for pid {}!!", pid);
+        return "None";
+    }
+    std::size_t size = argument_buffer_.size();
+    if (live->query_argument_area(pid, argument_buffer_, &size) != 0) {
+        sys::logf("sysctl 4 failed for pid {}!!", pid);
+        return "None";
+    }
+    size = std::min(size, argument_buffer_.size());
+    return command_line_from_argument_area(std::span(argument_buffer_.data(), size), pid);
+}
+
+}  // namespace modules

@@ -1,0 +1,60 @@
+#include <gtest/gtest.h>
+
+#include "libs/plist/XmlWriter.h"
+#include "modules/Registry.h"
+#include "support/FakeMachine.h"
+#include "support/ModuleRun.h"
+#include "support/TempDir.h"
+
+namespace {
+
+class SystemInfoModule : public ::testing::Test {
+  protected:
+    test::ModuleRun run(const sys::Machine& machine) {
+        auto module = modules::Registry::builtin().create("SystemInfo", machine);
+        test::ModuleRun info = test::run_module(*module, "SystemInfo");
+        EXPECT_TRUE(info.report.empty());
+        return info;
+    }
+
+    test::TempDir root;
+    std::shared_ptr<test::FakeLiveSystem> live = std::make_shared<test::FakeLiveSystem>();
+    sys::Machine machine = test::fake_machine(root.path(), live);
+};
+
+TEST_F(SystemInfoModule, AParsableProfileIsWrittenAgainAsXml) {
+    const plist::Value profile = plist::Array{plist::Dictionary{
+        {"_dataType", "SPHardwareDataType"},
+        {"_items", plist::Array{plist::Dictionary{{"machine_model", "MacBookPro18,3"}}}},
+        {"_timeStamp", plist::Date{734620000}}}};
+    live->profile = plist::to_xml(profile);
+
+    const test::ModuleRun info = run(machine);
+    EXPECT_EQ(live->profile_requests, (std::vector<std::vector<std::string>>{{"-xml"}}));
+    ASSERT_TRUE(info.plist);
+    EXPECT_EQ(*info.plist, profile);
+}
+
+TEST_F(SystemInfoModule, UnparsableOutputIsKeptByteForByte) {
+    live->profile = std::string("<?xml version=\"1.0\"?>\n<plist><array><dict>\0\x01", 44);
+    const test::ModuleRun info = run(machine);
+    EXPECT_EQ(info.plist_bytes, live->profile);
+    // The heading, then the parser's reason on a line of its own (not an empty message).
+    const std::string heading = "ERROR - Making dict from NSData\n";
+    const std::size_t reason = info.log.find(heading);
+    ASSERT_NE(reason, std::string::npos) << info.log;
+    EXPECT_EQ(info.log.find("] \n", reason), std::string::npos) << info.log;
+    EXPECT_NE(info.log.find("Writing the final plist. - from inside SysInfo module\n"),
+              std::string::npos);
+    EXPECT_NE(info.log.find("SystemInfo.plist done!"), std::string::npos);
+}
+
+TEST_F(SystemInfoModule, WithoutLiveSourcesTheProfileIsAnEmptyArray) {
+    const test::ModuleRun info = run(test::fake_machine(root.path()));
+    ASSERT_TRUE(info.plist);
+    EXPECT_EQ(*info.plist, plist::Value(plist::Array{}));
+    EXPECT_NE(info.log.find("is not the running system"), std::string::npos);
+    EXPECT_TRUE(live->profile_requests.empty());
+}
+
+}  // namespace

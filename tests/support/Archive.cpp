@@ -1,0 +1,30 @@
+#include "support/Archive.h"
+
+#include <cstdio>
+#include <sstream>
+
+namespace test {
+
+std::string shell_output(const std::string& command) {
+    std::string out;
+    if (FILE* pipe = ::popen(command.c_str(), "r")) {
+        char buffer[4096];
+        size_t n;
+        while ((n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) out.append(buffer, n);
+        ::pclose(pipe);
+    }
+    return out;
+}
+
+std::string zip_member(const std::filesystem::path& archive, const std::string& member) {
+    return shell_output("unzip -p '" + archive.string() + "' '" + member + "' 2>/dev/null");
+}
+
+std::vector<std::string> zip_members(const std::filesystem::path& archive) {
+    std::istringstream listing(shell_output("unzip -Z1 '" + archive.string() + "' 2>/dev/null"));
+    std::vector<std::string> members;
+    for (std::string line; std::getline(listing, line);) members.push_back(line);
+    return members;
+}
+
+}  // namespace test

@@ -1,0 +1,21 @@
+#include "support/ModuleRun.h"
+
+#include "libs/plist/Reader.h"
+#include "support/CapturedLog.h"
+
+namespace test {
+
+ModuleRun run_module(modules::Module& module, const std::string& name) {
+    ModuleRun run;
+    {
+        // The module points descriptor 2 at its own log; the capture puts it back afterwards.
+        CapturedLog capture;
+        run.report = module.start(run.folder->path());
+    }
+    run.plist_bytes = read_text(*run.folder / (name + ".plist"));
+    run.plist = plist::parse(run.plist_bytes);
+    run.log = read_text(*run.folder / (name + ".log"));
+    return run;
+}
+
+}  // namespace test

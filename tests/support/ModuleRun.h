@@ -1,0 +1,25 @@
+// Runs one collection module into a fresh module folder, with the log captured, and hands back
+// what a test looks at: the report, the parsed "<Name>.plist" and the text of "<Name>.log".
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "libs/plist/Value.h"
+#include "modules/Module.h"
+#include "support/TempDir.h"
+
+namespace test {
+
+struct ModuleRun {
+    std::unique_ptr<TempDir> folder = std::make_unique<TempDir>();
+    modules::ModuleReport report;
+    std::optional<plist::Value> plist;  // empty when the file does not parse
+    std::string plist_bytes;
+    std::string log;
+};
+
+ModuleRun run_module(modules::Module& module, const std::string& name);
+
+}  // namespace test
