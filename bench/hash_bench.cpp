@@ -25,7 +25,7 @@ constexpr std::size_t kFileSize = std::size_t{64} << 20;
 // Written once for the whole binary and removed at exit. The log lines of the hashing go to
 // /dev/null meanwhile: they are few and not what is measured.
 class HashFixture {
-  public:
+public:
     static const HashFixture& get() {
         static const HashFixture fixture;
         return fixture;
@@ -35,7 +35,7 @@ class HashFixture {
     std::string shell_list;  // the paths, space-separated, for md5sum's command line
     std::int64_t total_bytes = std::int64_t{kFileCount} * static_cast<std::int64_t>(kFileSize);
 
-  private:
+private:
     HashFixture()
         : folder_(fs::temp_directory_path() /
                   ("tvtriage-hash-bench-" + std::to_string(::getpid()))) {

@@ -227,5 +227,3 @@ BENCHMARK(BM_ParseOldStyleOurs)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Describe)->Unit(benchmark::kMillisecond);
 
 }  // namespace
-
-BENCHMARK_MAIN();

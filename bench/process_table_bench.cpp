@@ -61,4 +61,3 @@ void BM_PsListing(benchmark::State& state) {
 BENCHMARK(BM_PsListing)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 }  // namespace
-

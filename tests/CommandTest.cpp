@@ -5,6 +5,7 @@
 
 #include "libs/plist/Reader.h"
 #include "support/Archive.h"
+#include "support/SpawnedChild.h"
 #include "support/TempDir.h"
 
 namespace {
@@ -106,6 +107,30 @@ TEST_F(CommandTest, OutputWorkdirAndUsageErrors) {
     Outcome help = tvtriage("--help");
     EXPECT_EQ(help.status, 0);
     EXPECT_NE(help.output.find("--list-modules"), std::string::npos);
+}
+
+TEST_F(CommandTest, ARunningProgramIsSampledThroughItsLink) {
+    home.mkdir("Desktop");
+    auto program = home.mkdir("dir with blanks") / "my sleep";
+    std::filesystem::copy_file("/bin/sleep", program);
+    std::string link = home.symlink("link to sleep", program.string()).string();
+    test::SpawnedChild sleeper(link, {link, "60"});
+    ASSERT_GT(sleeper.pid(), 0);
+
+    Outcome outcome = tvtriage("--modules Processes");
+    EXPECT_EQ(outcome.status, 0) << outcome.output;
+    auto samples = plist::parse(unzip("Samples/Samples.plist"));
+    ASSERT_TRUE(samples && samples->as_dict());
+    const plist::Value* entry = samples->find(link);
+    ASSERT_TRUE(entry) << "the link is listed under its own path";
+    EXPECT_EQ(*entry->find("RealPath"), plist::Value(program.string()));
+    EXPECT_EQ(samples->find(program.string()), nullptr) << "the target has no entry of its own";
+
+    const std::string md5 = *entry->find("md5")->as_string();
+    std::string independent = test::shell_output("md5sum '" + program.string() + "'");
+    EXPECT_EQ(independent.substr(0, 32), md5);
+    std::string copy = unzip("Samples/" + md5);
+    EXPECT_EQ(copy.size(), std::filesystem::file_size(program));
 }
 
 }  // namespace

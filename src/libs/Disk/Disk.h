@@ -23,7 +23,7 @@
 #include "modules/Module.h"
 
 class Disk {
-  public:
+public:
     Disk() = delete;
 
     // Module name -> module report.

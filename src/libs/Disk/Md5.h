@@ -9,7 +9,7 @@
 #include <string>
 
 class Md5 {
-  public:
+public:
     using Digest = std::array<std::uint8_t, 16>;
 
     // Throws std::bad_alloc or std::runtime_error when the library cannot start a digest.
@@ -25,7 +25,7 @@ class Md5 {
     // 32 lower-case hexadecimal digits, the bytes in order.
     static std::string to_hex(const Digest& digest);
 
-  private:
+private:
     struct State;
     std::unique_ptr<State> state_;
 };

@@ -1,6 +1,7 @@
 // Old-style (NeXT/OpenStep) property-list text: the format of StartupParameters.plist files and
 // of a dictionary's description. The reader accepts two description artefacts beyond the stock
-// grammar: <null> (as null) and {length = N, bytes = 0x...} (as data).
+// grammar: <null> (as null) and {length = N, bytes = 0x...} (as data; the shortened form of long
+// data, with " ... " in place of its middle, comes back as a string holding that text).
 #pragma once
 
 #include <optional>
@@ -11,7 +12,9 @@
 
 namespace plist {
 
-// Parses old-style text. The result holds only strings, arrays, dictionaries, data and null.
+// Parses old-style text (UTF-8, with or without a byte-order mark; an empty text is an empty
+// dictionary, a ".strings" body a dictionary). The result holds only strings, arrays,
+// dictionaries, data and null. Octal escapes above \177 are read as Latin-1.
 std::optional<Value> parse_old_style(std::string_view text, std::string* error = nullptr);
 
 // The description text of a value, as the platform prints a dictionary's description: 4-space

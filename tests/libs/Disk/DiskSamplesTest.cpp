@@ -34,7 +34,7 @@ TEST(DiskGetEnabledIgnoreList, OnlyThePresenceOfIgnoreCounts) {
 }
 
 class DiskCopySamples : public ::testing::Test {
-  protected:
+protected:
     DiskCopySamples() : files(root.path()), samples_folder(output.mkdir("Samples")) {
         root.write("bin/a", "same bytes");
         root.write("bin/a-copy", "same bytes");

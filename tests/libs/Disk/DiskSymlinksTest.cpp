@@ -11,7 +11,7 @@ namespace {
 using Report = modules::ModuleReport;
 
 class DiskSymlinks : public ::testing::Test {
-  protected:
+protected:
     DiskSymlinks() : files(root.path()) {
         root.write("bin/tool", "#!/bin/sh\n");
         root.write("bin/other", "other\n");

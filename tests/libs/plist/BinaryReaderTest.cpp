@@ -160,7 +160,7 @@ TEST(PlistBinary, RefusesInvalidTrailers) {
 }
 
 TEST(PlistBinary, RefusesMalformedObjects) {
-    for (const std::string object : {
+    for (const std::string& object : {
              std::string("\x15"),                        // 32-byte integer
              std::string("\x14") + be(1, 8) + be(0, 8),  // beyond 64 bits
              std::string("\x21\x00\x00", 3),             // 2-byte real

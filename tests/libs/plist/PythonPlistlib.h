@@ -20,8 +20,9 @@ inline bool python_available() {
     return std::system("command -v python3 >/dev/null 2>&1") == 0;
 }
 
-inline std::string hex(const void* bytes, std::size_t size) {
-    std::string out;
+// prefix followed by the bytes in hex.
+inline std::string hex(std::string prefix, const void* bytes, std::size_t size) {
+    std::string out = std::move(prefix);
     char pair[3];
     for (std::size_t i = 0; i < size; ++i) {
         std::snprintf(pair, sizeof pair, "%02x", static_cast<const unsigned char*>(bytes)[i]);
@@ -32,8 +33,8 @@ inline std::string hex(const void* bytes, std::size_t size) {
 
 inline std::string canonical(const plist::Value& v) {
     char scalar[48] = "";
-    if (const auto* s = v.as_string()) return std::string("s") + hex(s->data(), s->size());
-    if (const auto* data = v.as_data()) return std::string("x") + hex(data->data(), data->size());
+    if (const auto* s = v.as_string()) return hex("s", s->data(), s->size());
+    if (const auto* data = v.as_data()) return hex("x", data->data(), data->size());
     if (const auto* b = v.as_bool()) return *b ? "t" : "f";
     if (const auto* i = v.as_integer()) {
         if (i->is_unsigned)
@@ -57,7 +58,7 @@ inline std::string canonical(const plist::Value& v) {
         std::string out = "{";
         for (const auto& [key, child] : *dict) {
             if (out.size() > 1) out += ',';
-            out += hex(key.data(), key.size());
+            out += hex("", key.data(), key.size());
             out += ':';
             out += canonical(child);
         }

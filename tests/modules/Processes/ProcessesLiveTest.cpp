@@ -10,6 +10,7 @@
 
 #include "modules/Processes/Processes.h"
 #include "support/ModuleRun.h"
+#include "support/SpawnedChild.h"
 #include "support/TempDir.h"
 
 extern char** environ;
@@ -27,15 +28,9 @@ TEST(ProcessesLive, FindsItselfAndAChildStartedThroughALinkUnderBlanks) {
     const std::filesystem::path program = tmp.mkdir("dir with blanks") / "my sleep";
     std::filesystem::copy_file("/bin/sleep", program);
     const std::string link = tmp.symlink("link to sleep", program.string()).string();
-    std::string program_name = link, seconds = "30";
-    char* argv[] = {program_name.data(), seconds.data(), nullptr};
-    pid_t child = -1;
-    ASSERT_EQ(::posix_spawn(&child, link.c_str(), nullptr, nullptr, argv, environ), 0);
-    // Killed and reaped whatever the checks say.
-    std::shared_ptr<void> reap(nullptr, [child](void*) {
-        ::kill(child, SIGKILL);
-        ::waitpid(child, nullptr, 0);
-    });
+    test::SpawnedChild sleeper(link, {link, "30"});
+    pid_t child = sleeper.pid();
+    ASSERT_GT(child, 0);
 
     sys::Machine machine = sys::Machine::local("/", tmp.path());
     modules::Processes processes(machine);

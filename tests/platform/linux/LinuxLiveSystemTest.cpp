@@ -21,6 +21,7 @@
 #include "libs/plist/Reader.h"
 #include "libs/sys/ProgramRunner.h"
 #include "libs/sys/UniqueFd.h"
+#include "support/SpawnedChild.h"
 #include "support/TempDir.h"
 
 namespace platform::linux_host {
@@ -32,47 +33,28 @@ using namespace std::chrono_literals;
 // reaped when the test ends.
 class SleepingChild {
   public:
-    explicit SleepingChild(const test::TempDir& dir) {
-        executable_ = dir / "folder with blanks/my sleep";
-        std::filesystem::create_directories(executable_.parent_path());
-        std::filesystem::copy_file("/bin/sleep", executable_);
-        std::string program = executable_.string();
-        std::string duration = "300";
-        std::string marker = "TVTRIAGE_MARKER=present";
-        char* argv[] = {program.data(), duration.data(), nullptr};
-        char* envp[] = {marker.data(), nullptr};
-        started_ = std::chrono::system_clock::now();
-        if (::posix_spawn(&pid_, program.c_str(), nullptr, nullptr, argv, envp) != 0) pid_ = -1;
-        wait_for_exec();
-    }
-    ~SleepingChild() { stop(); }
+    explicit SleepingChild(const test::TempDir& dir)
+        : executable_(copy_sleep(dir)),
+          started_(std::chrono::system_clock::now()),
+          child_(executable_, {executable_.string(), "300"},
+                 std::vector<std::string>{"TVTRIAGE_MARKER=present"}) {}
 
-    pid_t pid() const { return pid_; }
+    pid_t pid() const { return child_.pid(); }
     const std::filesystem::path& executable() const { return executable_; }
     std::chrono::system_clock::time_point started() const { return started_; }
-
-    void stop() {
-        if (pid_ <= 0) return;
-        ::kill(pid_, SIGKILL);
-        ::waitpid(pid_, nullptr, 0);
-        pid_ = -1;
-    }
+    void stop() { child_.stop(); }
 
   private:
-    // Until exec is done the child still shows the test binary.
-    void wait_for_exec() const {
-        if (pid_ <= 0) return;
-        std::string link = "/proc/" + std::to_string(pid_) + "/exe";
-        for (int attempt = 0; attempt < 500; ++attempt) {
-            std::error_code error;
-            if (std::filesystem::read_symlink(link, error) == executable_) return;
-            std::this_thread::sleep_for(10ms);
-        }
+    static std::filesystem::path copy_sleep(const test::TempDir& dir) {
+        auto executable = dir / "folder with blanks/my sleep";
+        std::filesystem::create_directories(executable.parent_path());
+        std::filesystem::copy_file("/bin/sleep", executable);
+        return executable;
     }
 
     std::filesystem::path executable_;
-    pid_t pid_ = -1;
     std::chrono::system_clock::time_point started_;
+    test::SpawnedChild child_;
 };
 
 const ProcessRecord* find_record(const std::vector<ProcessRecord>& records, pid_t pid) {
