@@ -61,3 +61,5 @@ void BM_PsListing(benchmark::State& state) {
 BENCHMARK(BM_PsListing)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 }  // namespace
+
+BENCHMARK_MAIN();

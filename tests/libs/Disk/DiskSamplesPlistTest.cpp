@@ -93,11 +93,4 @@ TEST(DiskWriteSamplesPlist, MissingFolderIsLogged) {
                                                      "Error in creating Samples.plist"}));
 }
 
-TEST(DiskWriteSamplesPlist, NothingSampledGivesAnEmptyDictionary) {
-    test::TempDir folder;
-    test::CapturedLog quiet;
-    Disk::write_samples_plist({}, {{"/links/dangling", "NULL"}}, folder.path());
-    EXPECT_EQ(read_plist(folder / "Samples.plist"), plist::Value(plist::Dictionary{}));
-}
-
 }  // namespace

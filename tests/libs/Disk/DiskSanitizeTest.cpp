@@ -35,10 +35,4 @@ TEST(DiskSanitizeJsonDict, NullsAtEveryDepthBecomeTextAndLeavesBecomeStrings) {
     EXPECT_EQ(log.text(), "");
 }
 
-TEST(DiskSanitizeJsonDict, EmptyDictionaryStaysEmpty) {
-    const auto clean = Disk::sanitize_json_dict({});
-    ASSERT_TRUE(clean);
-    EXPECT_TRUE(clean->empty());
-}
-
 }  // namespace
