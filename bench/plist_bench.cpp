@@ -52,7 +52,7 @@ std::string be(std::uint64_t value, unsigned width) {
 // A plain binary encoding (ASCII strings, containers; no sharing), since libplist's own binary
 // writer is quadratic on trees this size.
 class BinaryEncoder {
-  public:
+public:
     std::string encode(const Value& root) {
         const std::uint64_t top = add(root);
         const std::uint64_t table = objects_.size();
@@ -61,7 +61,7 @@ class BinaryEncoder {
         return objects_ + be(offsets_.size(), 8) + be(top, 8) + be(table, 8);
     }
 
-  private:
+private:
     static std::string marker(unsigned type, std::uint64_t count) {
         if (count < 15) return std::string(1, static_cast<char>(type << 4 | count));
         return std::string(1, static_cast<char>(type << 4 | 0xF)) + '\x12' + be(count, 4);
@@ -227,3 +227,5 @@ BENCHMARK(BM_ParseOldStyleOurs)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Describe)->Unit(benchmark::kMillisecond);
 
 }  // namespace
+
+BENCHMARK_MAIN();

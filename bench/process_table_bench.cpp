@@ -18,7 +18,7 @@ namespace {
 // The module logs a line per process; the lines go to a scratch file, as in a real run, and the
 // terminal gets descriptor 2 back afterwards.
 class LogToScratchFile {
-  public:
+public:
     LogToScratchFile() : saved_(::dup(STDERR_FILENO)) {
         sys::redirect_log(std::filesystem::temp_directory_path() / "tvtriage-bench-processes.log");
     }
@@ -29,7 +29,7 @@ class LogToScratchFile {
                                 "tvtriage-bench-processes.log");
     }
 
-  private:
+private:
     int saved_;
 };
 

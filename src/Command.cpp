@@ -9,8 +9,8 @@
 #include <fmt/format.h>
 
 #include "ModulesConfig.h"
-#include "libs/sys/FdIo.h"
 #include "ProgressPrinter.h"
+#include "libs/sys/FdIo.h"
 #include "platform/ProgramPath.h"
 #include "tvtriage.h"
 
@@ -40,9 +40,8 @@ std::optional<std::filesystem::path> archive_path(const CommandOptions& options,
     }
     std::filesystem::path desktop = std::filesystem::path(home) / "Desktop";
     if (!sys::FileSystem::host().is_directory(desktop.string())) {
-        *problem = "the Desktop folder " + desktop.string() + " does not exist; " +
-                   kArchiveName + " is written there. Create it, or name the archive with " +
-                   "--output FILE";
+        *problem = "the Desktop folder " + desktop.string() + " does not exist; " + kArchiveName +
+                   " is written there. Create it, or name the archive with " + "--output FILE";
         return std::nullopt;
     }
     return desktop / kArchiveName;
@@ -97,8 +96,8 @@ int run_command(const CommandOptions& options, int terminal_fd) {
 
     sys::Machine machine = sys::Machine::local(options.root, temporary);
     modules::Registry registry = modules::Registry::builtin();
-    RunSettings settings{std::move(config), options.modules, temporary, *archive, &machine,
-                         &registry};
+    RunSettings settings{std::move(config), options.modules, temporary,
+                         *archive,          &machine,        &registry};
 
     sys::MainLoop main_loop;
     ProgressPrinter printer(terminal_fd, progress_style(options, terminal_fd));

@@ -24,8 +24,9 @@ std::optional<plist::Value> read_modules_config(const std::filesystem::path& fil
     std::string parse_error;
     auto config = plist::parse(*bytes, &parse_error);
     if (!config || !config->as_dict()) {
-        if (error) *error = file.string() + " is not a property-list dictionary" +
-                            (parse_error.empty() ? "" : ": " + parse_error);
+        if (error)
+            *error = file.string() + " is not a property-list dictionary" +
+                     (parse_error.empty() ? "" : ": " + parse_error);
         return std::nullopt;
     }
     return config;

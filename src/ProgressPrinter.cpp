@@ -46,4 +46,6 @@ void ProgressPrinter::show() {
     }
 }
 
-void ProgressPrinter::write(const std::string& text) const { sys::write_all(fd_, text); }
+void ProgressPrinter::write(const std::string& text) const {
+    sys::write_all(fd_, text);
+}

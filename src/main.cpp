@@ -5,23 +5,8 @@
 #include <CLI/CLI.hpp>
 
 #include "Command.h"
+#include "libs/sys/Text.h"
 #include "tvtriage.h"
-
-namespace {
-
-std::vector<std::string> split_names(const std::string& list) {
-    std::vector<std::string> names;
-    size_t start = 0;
-    while (start <= list.size()) {
-        size_t comma = list.find(',', start);
-        if (comma == std::string::npos) comma = list.size();
-        if (comma > start) names.push_back(list.substr(start, comma - start));
-        start = comma + 1;
-    }
-    return names;
-}
-
-}  // namespace
 
 int main(int argc, char** argv) {
     // The log takes standard error over once the run starts; keep the terminal for ourselves.
@@ -57,7 +42,7 @@ int main(int argc, char** argv) {
     }
     if (!root.empty()) options.root = root;
     if (!config.empty()) options.config = config;
-    if (!modules.empty()) options.modules = split_names(modules);
+    if (!modules.empty()) options.modules = sys::split_skipping_empty(modules, ',');
     if (!output.empty()) options.output = output;
     if (!workdir.empty()) options.workdir = workdir;
     return run_command(options, terminal_fd);

@@ -25,10 +25,10 @@ struct Callbacks {
 
 // What a run is pointed at. Everything here must outlive the run's worker thread.
 struct RunSettings {
-    plist::Value modules_config;                  // the parsed modules.plist
+    plist::Value modules_config;                   // the parsed modules.plist
     std::optional<std::vector<std::string>> only;  // run exactly these modules, in this order
-    std::filesystem::path temporary_directory;    // where the run folder "tvtriage" is made
-    std::filesystem::path archive;                // the zip file to write
+    std::filesystem::path temporary_directory;     // where the run folder "tvtriage" is made
+    std::filesystem::path archive;                 // the zip file to write
     const sys::Machine* machine = nullptr;
     const modules::Registry* registry = nullptr;
 };

@@ -19,14 +19,14 @@ class CommandTest : public ::testing::Test {
 protected:
     Outcome tvtriage(const std::string& arguments) {
         std::string command = "env HOME='" + home.path().string() + "' TMPDIR='" +
-                              home.path().string() + "' " TVTRIAGE_BINARY " " + arguments +
-                              " 2>&1";
+                              home.path().string() + "' " TVTRIAGE_BINARY " " + arguments + " 2>&1";
         Outcome outcome;
         FILE* pipe = ::popen(command.c_str(), "r");
         if (!pipe) return outcome;
         char buffer[4096];
         size_t n;
-        while ((n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0) outcome.output.append(buffer, n);
+        while ((n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0)
+            outcome.output.append(buffer, n);
         int status = ::pclose(pipe);
         outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
         return outcome;
@@ -37,7 +37,8 @@ protected:
         return home
             .write("config.plist",
                    "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n<dict>"
-                   "<key>" + module + "</key><dict><key>Enabled</key><integer>" +
+                   "<key>" +
+                       module + "</key><dict><key>Enabled</key><integer>" +
                        std::to_string(enabled) +
                        "</integer></dict>"
                        "<key>Samples</key><dict><key>Samples List</key><array/></dict>"

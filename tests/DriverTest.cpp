@@ -17,7 +17,9 @@ namespace {
 using plist::Dictionary;
 using plist::Value;
 
-Value enabled(Value flag) { return Dictionary{{"Enabled", std::move(flag)}}; }
+Value enabled(Value flag) {
+    return Dictionary{{"Enabled", std::move(flag)}};
+}
 
 // A module that reports fixed paths after writing its two files, as a real module does.
 class ReportingModule : public modules::Module {
@@ -58,11 +60,10 @@ protected:
     Recorded run(Value config, std::optional<std::vector<std::string>> only = std::nullopt) {
         work.mkdir("Desktop");
         work.mkdir("tmp");
-        sys::Machine machine = test::fake_machine(root.path(), nullptr,
-                                                  std::make_shared<sys::ProgramRunner>(),
-                                                  work / "tmp");
-        RunSettings settings{std::move(config), std::move(only), work / "tmp", archive(),
-                             &machine, &registry};
+        sys::Machine machine = test::fake_machine(
+            root.path(), nullptr, std::make_shared<sys::ProgramRunner>(), work / "tmp");
+        RunSettings settings{std::move(config), std::move(only), work / "tmp",
+                             archive(),         &machine,        &registry};
         Recorded recorded;
         sys::MainLoop loop;
         Callbacks callbacks{
@@ -89,9 +90,9 @@ protected:
 
 TEST(DriverConfig, OnlyAnEnabledValueEqualToTheNumberOneCounts) {
     Value config = Dictionary{
-        {"Integer", enabled(1)},      {"Boolean", enabled(true)}, {"Real", enabled(1.0)},
-        {"Two", enabled(2)},          {"Text", enabled("1")},     {"False", enabled(false)},
-        {"Samples", enabled(1)},      {"NoKey", Dictionary{}},    {"NotADict", Value("x")},
+        {"Integer", enabled(1)}, {"Boolean", enabled(true)}, {"Real", enabled(1.0)},
+        {"Two", enabled(2)},     {"Text", enabled("1")},     {"False", enabled(false)},
+        {"Samples", enabled(1)}, {"NoKey", Dictionary{}},    {"NotADict", Value("x")},
     };
     EXPECT_EQ(tvtriage::get_enabled_module(config),
               (std::vector<std::string>{"Boolean", "Integer", "Real"}));
@@ -134,20 +135,22 @@ TEST_F(DriverTest, NoModuleEnabledStillArchivesTheDriverLogAndAnEmptySamplesPlis
 }
 
 TEST_F(DriverTest, CrashingAndUnknownModulesAreLoggedAndEveryStepStillCounts) {
-    registry.add("Throwing", [](const sys::Machine&) { return std::make_unique<ThrowingModule>(); });
+    registry.add("Throwing",
+                 [](const sys::Machine&) { return std::make_unique<ThrowingModule>(); });
     registry.add("Reporting", [](const sys::Machine&) {
         return std::make_unique<ReportingModule>(std::vector<std::string>{});
     });
-    Value config = Dictionary{
-        {"Bogus", enabled(1)}, {"Reporting", enabled(1)}, {"Throwing", enabled(1)},
-        {"Samples", Dictionary{{"Enabled", Value(1)}}}};
+    Value config = Dictionary{{"Bogus", enabled(1)},
+                              {"Reporting", enabled(1)},
+                              {"Throwing", enabled(1)},
+                              {"Samples", Dictionary{{"Enabled", Value(1)}}}};
     Recorded recorded = run(config);
 
     EXPECT_EQ(recorded.maximum, 6);
     EXPECT_EQ(recorded.increments, 6);
-    EXPECT_EQ(recorded.statuses, (std::vector<std::string>{"Bogus", "Reporting", "Throwing",
-                                                            "Copying samples", "Zipping",
-                                                            "Clean up", "Done"}));
+    EXPECT_EQ(recorded.statuses,
+              (std::vector<std::string>{"Bogus", "Reporting", "Throwing", "Copying samples",
+                                        "Zipping", "Clean up", "Done"}));
     EXPECT_EQ(summary.modules_run, 3);
     EXPECT_EQ(summary.modules_crashed, 2);
 

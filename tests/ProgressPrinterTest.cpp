@@ -22,7 +22,8 @@ std::string drive(ProgressPrinter::Style style) {
     std::string out;
     char buffer[4096];
     ssize_t n;
-    while ((n = ::read(fds[0], buffer, sizeof buffer)) > 0) out.append(buffer, static_cast<size_t>(n));
+    while ((n = ::read(fds[0], buffer, sizeof buffer)) > 0)
+        out.append(buffer, static_cast<size_t>(n));
     ::close(fds[0]);
     return out;
 }

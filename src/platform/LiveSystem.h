@@ -22,14 +22,14 @@ struct ProcessRecord {
     std::int64_t start_seconds = 0;       // p_starttime.tv_sec, Unix epoch
     std::int32_t start_microseconds = 0;  // p_starttime.tv_usec
     std::uint32_t flags = 0;              // p_flag; 0x4 is the 64-bit address space
-    std::int8_t state = 0;                // p_stat: 1 created, 2 runnable, 3 sleeping, 4 stopped, 5 zombie
+    std::int8_t state = 0;  // p_stat: 1 created, 2 runnable, 3 sleeping, 4 stopped, 5 zombie
     std::int32_t pid = 0;
-    std::uint8_t priority = 0;            // p_priority
-    std::string short_name;               // p_comm
-    std::uint32_t effective_uid = 0;      // e_ucred.cr_uid
-    std::int32_t parent_pid = 0;          // e_ppid
-    std::int32_t process_group = 0;       // e_pgid
-    std::int64_t terminal_device = -1;    // e_tdev; -1 when there is none
+    std::uint8_t priority = 0;          // p_priority
+    std::string short_name;             // p_comm
+    std::uint32_t effective_uid = 0;    // e_ucred.cr_uid
+    std::int32_t parent_pid = 0;        // e_ppid
+    std::int32_t process_group = 0;     // e_pgid
+    std::int64_t terminal_device = -1;  // e_tdev; -1 when there is none
 };
 
 struct PasswordEntry {

@@ -23,6 +23,8 @@ CapturedLog::~CapturedLog() {
     }
 }
 
-std::string CapturedLog::text() const { return read_text(dir_ / "captured.log"); }
+std::string CapturedLog::text() const {
+    return read_text(dir_ / "captured.log");
+}
 
 }  // namespace test

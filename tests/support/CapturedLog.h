@@ -19,7 +19,9 @@ public:
     // Everything written to descriptor 2 since the capture began, wherever code re-pointed it in
     // between is not included (read that file instead).
     std::string text() const;
-    bool contains(const std::string& needle) const { return text().find(needle) != std::string::npos; }
+    bool contains(const std::string& needle) const {
+        return text().find(needle) != std::string::npos;
+    }
 
 private:
     TempDir dir_;

@@ -61,7 +61,6 @@ sys::Machine fake_machine(const std::filesystem::path& root,
 
 // A KERN_PROCARGS2 buffer: argument count, executable path, padding NULs, arguments, environment.
 std::vector<std::uint8_t> argument_area(std::int32_t argc, const std::string& exec_path,
-                                        const std::vector<std::string>& strings,
-                                        int padding = 3);
+                                        const std::vector<std::string>& strings, int padding = 3);
 
 }  // namespace test

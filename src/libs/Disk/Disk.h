@@ -10,6 +10,7 @@
 
 #include <exception>
 #include <filesystem>
+#include <functional>
 #include <initializer_list>
 #include <map>
 #include <optional>
@@ -59,6 +60,13 @@ public:
     // "Error in creating file <path>." and the next file is tried.
     static void create_empty_files(const std::filesystem::path& folder,
                                    std::initializer_list<std::string_view> names);
+
+    // The entry names of a folder of the examined machine; none, with the reason logged, when
+    // the folder does not exist ("<folder> does not exist!"), cannot be listed (the caller words
+    // that line, given the system's reason) or holds nothing ("<folder> is empty!").
+    static std::optional<std::vector<std::string>> list_folder(
+        const sys::FileSystem& files, std::string_view folder,
+        const std::function<void(std::string_view reason)>& log_listing_failure);
 
     // ---- Samples pipeline ----
 

@@ -22,13 +22,13 @@ constexpr std::uint64_t kNodesPerInputByte = 8;
 constexpr std::uint64_t kPayloadBudget = std::uint64_t{1} << 30;
 
 class BinaryReader {
-  public:
+public:
     explicit BinaryReader(std::string_view bytes)
         : data_(reinterpret_cast<const unsigned char*>(bytes.data())), size_(bytes.size()) {}
 
     std::optional<Value> read(std::string* error);
 
-  private:
+private:
     bool fail(std::string reason);
     std::uint64_t big_endian(std::uint64_t pos, unsigned width) const;
     bool read_trailer();

@@ -24,12 +24,12 @@ int hex_value(char c) {
 }
 
 class OldStyleParser {
-  public:
+public:
     explicit OldStyleParser(std::string_view text) : text_(text) {}
 
     std::optional<Value> parse_document(std::string* error);
 
-  private:
+private:
     bool at_end() const { return pos_ >= text_.size(); }
     char peek() const { return at_end() ? '\0' : text_[pos_]; }
     bool looking_at(std::string_view s) const { return text_.substr(pos_).starts_with(s); }

@@ -19,13 +19,13 @@ char32_t next_code_point(std::string_view text, std::size_t& pos);
 
 // Pairs UTF-16 code units into code points, one unit at a time; lone surrogates become U+FFFD.
 class Utf16Decoder {
-  public:
+public:
     explicit Utf16Decoder(std::string& out) : out_(out) {}
     ~Utf16Decoder() { finish(); }
     void add(char16_t unit);
     void finish();  // flushes a dangling high surrogate
 
-  private:
+private:
     std::string& out_;
     char16_t high_ = 0;
 };

@@ -90,7 +90,8 @@ public:
 
 private:
     static Integer make_unsigned(unsigned long long u) {
-        return Integer{static_cast<std::int64_t>(u), u > static_cast<unsigned long long>(INT64_MAX)};
+        return Integer{static_cast<std::int64_t>(u),
+                       u > static_cast<unsigned long long>(INT64_MAX)};
     }
 
     std::variant<Null, bool, Integer, double, std::string, Date, Data, Array, Dictionary> v_;

@@ -13,6 +13,7 @@
 #include <stdexcept>
 
 #include "libs/plist/CivilTime.h"
+#include "libs/plist/Utf.h"
 
 namespace plist {
 
@@ -86,15 +87,51 @@ void XmlWriter::indent() {
     buffer_.append(static_cast<std::size_t>(depth_), '\t');
 }
 
-// Only <, > and & are escaped, as Apple's writer does; everything else goes out raw.
+namespace {
+
+// Characters an XML document cannot carry at all, not even as a reference: most controls, lone
+// surrogates and U+FFFE/U+FFFF. Hostile process names and file contents hold them.
+bool representable(char32_t c) {
+    if (c < 0x20) return c == '\t' || c == '\n' || c == '\r';
+    if (c >= 0xD800 && c <= 0xDFFF) return false;
+    return c != 0xFFFE && c != 0xFFFF;
+}
+
+constexpr std::string_view kReplacementUtf8 = "\xEF\xBF\xBD";
+
+}  // namespace
+
+// <, > and & are escaped, as Apple's writer does. Unlike Apple's writer, text that XML cannot
+// carry (malformed UTF-8, control characters) is replaced by U+FFFD so that every document we
+// write loads anywhere; a triage report must never be unreadable because of one hostile string.
 void XmlWriter::put_escaped(std::string_view s) {
     std::size_t run = 0;
-    for (std::size_t i = 0; i < s.size(); ++i) {
-        const char c = s[i];
-        if (c != '<' && c != '>' && c != '&') continue;
+    for (std::size_t i = 0; i < s.size();) {
+        const auto byte = static_cast<unsigned char>(s[i]);
+        if (byte >= 0x20 && byte < 0x80 && byte != '<' && byte != '>' && byte != '&') {
+            ++i;
+            continue;
+        }
+        std::size_t next = i + 1;
+        std::string_view replacement;
+        if (byte == '<') {
+            replacement = "&lt;";
+        } else if (byte == '>') {
+            replacement = "&gt;";
+        } else if (byte == '&') {
+            replacement = "&amp;";
+        } else {
+            next = i;
+            char32_t c = utf::next_code_point(s, next);
+            if (c != utf::kReplacement && representable(c)) {
+                i = next;
+                continue;
+            }
+            replacement = kReplacementUtf8;
+        }
         buffer_.append(s.data() + run, i - run);
-        buffer_.append(c == '<' ? "&lt;" : c == '>' ? "&gt;" : "&amp;");
-        run = i + 1;
+        buffer_.append(replacement);
+        i = run = next;
     }
     put(s.substr(run));
 }

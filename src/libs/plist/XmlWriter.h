@@ -17,7 +17,7 @@ namespace plist {
 bool contains_null(const Value& value);
 
 class XmlWriter {
-  public:
+public:
     // Writes to an open file descriptor (not owned) or appends to a string.
     explicit XmlWriter(int fd);
     explicit XmlWriter(std::string* out);
@@ -47,7 +47,7 @@ class XmlWriter {
     bool flush();
     bool ok() const { return ok_; }
 
-  private:
+private:
     void put(std::string_view s);
     void put_escaped(std::string_view s);
     void indent();

@@ -42,8 +42,7 @@ bool write_host_file(const std::filesystem::path& host, std::string_view content
 }  // namespace
 
 FileSystem::FileSystem(std::filesystem::path root)
-    : root_(root.empty() ? std::filesystem::path("/") : std::move(root)),
-      live_(root_ == "/") {}
+    : root_(root.empty() ? std::filesystem::path("/") : std::move(root)), live_(root_ == "/") {}
 
 const FileSystem& FileSystem::host() {
     static const FileSystem host_fs("/");
@@ -156,7 +155,8 @@ bool FileSystem::copy_file_to(std::string_view path,
     for (;;) {
         ssize_t n = ::read(in.get(), chunk.get(), kCopyChunk);
         if (n < 0 && errno == EINTR) continue;
-        if (n < 0 || (n > 0 && !write_all(out.get(), std::string_view(chunk.get(), static_cast<size_t>(n))))) {
+        if (n < 0 || (n > 0 && !write_all(out.get(),
+                                          std::string_view(chunk.get(), static_cast<size_t>(n))))) {
             out.reset();
             ::unlink(host_destination.c_str());
             return false;

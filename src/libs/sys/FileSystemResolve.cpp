@@ -7,6 +7,7 @@
 #include <deque>
 
 #include "libs/sys/FileSystem.h"
+#include "libs/sys/Text.h"
 
 namespace sys {
 namespace {
@@ -14,15 +15,8 @@ namespace {
 constexpr int kMaxLinkHops = 40;
 
 std::deque<std::string> split_components(std::string_view path) {
-    std::deque<std::string> parts;
-    size_t start = 0;
-    while (start <= path.size()) {
-        size_t end = path.find('/', start);
-        if (end == std::string_view::npos) end = path.size();
-        if (end > start) parts.emplace_back(path.substr(start, end - start));
-        start = end + 1;
-    }
-    return parts;
+    std::vector<std::string> parts = split_skipping_empty(path, '/');
+    return {std::make_move_iterator(parts.begin()), std::make_move_iterator(parts.end())};
 }
 
 std::string join_under(const std::filesystem::path& root, const std::vector<std::string>& parts) {

@@ -37,9 +37,9 @@ void log_line(std::string_view message) {
     char stamp[32];
     std::strftime(stamp, sizeof stamp, "%Y-%m-%d %H:%M:%S", &local);
 
-    std::string line = fmt::format("{}.{:03d} tvtriage[{}:{}] {}\n", stamp,
-                                   static_cast<int>(now.tv_usec / 1000), ::getpid(), thread_id(),
-                                   message);
+    std::string line =
+        fmt::format("{}.{:03d} tvtriage[{}:{}] {}\n", stamp, static_cast<int>(now.tv_usec / 1000),
+                    ::getpid(), thread_id(), message);
     // One write per line keeps lines whole even when a child process shares the descriptor.
     write_all(STDERR_FILENO, line);
 }

@@ -33,7 +33,8 @@ private:
 
 }  // namespace
 
-std::string ProgramRunner::run(const std::string& program, const std::vector<std::string>& arguments,
+std::string ProgramRunner::run(const std::string& program,
+                               const std::vector<std::string>& arguments,
                                const std::filesystem::path& working_directory) {
     bool by_path = program.find('/') != std::string::npos;
     if (by_path && ::access(program.c_str(), X_OK) != 0) launch_failed(program);
@@ -59,10 +60,10 @@ std::string ProgramRunner::run(const std::string& program, const std::vector<std
     argv.push_back(nullptr);
 
     pid_t pid = -1;
-    int spawned = by_path ? ::posix_spawn(&pid, program.c_str(), actions.get(), nullptr,
-                                          argv.data(), environ)
-                          : ::posix_spawnp(&pid, program.c_str(), actions.get(), nullptr,
-                                           argv.data(), environ);
+    int spawned =
+        by_path
+            ? ::posix_spawn(&pid, program.c_str(), actions.get(), nullptr, argv.data(), environ)
+            : ::posix_spawnp(&pid, program.c_str(), actions.get(), nullptr, argv.data(), environ);
     write_end.reset();
     if (spawned != 0) launch_failed(program);
 

@@ -13,19 +13,10 @@ constexpr std::string_view kAnchorsFolder = "/private/etc/pf.anchors";
 plist::Dictionary Net::getAnchors() {
     sys::log_line("Getting pf.anchors...");
     const sys::FileSystem& files = machine_.files();
-    if (!files.exists(kAnchorsFolder)) {
-        sys::logf("{} does not exist!", kAnchorsFolder);
-        return {};
-    }
-    const std::optional<std::vector<std::string>> names = files.list_directory(kAnchorsFolder);
-    if (!names) {
+    const auto names = Disk::list_folder(files, kAnchorsFolder, [](std::string_view) {
         sys::logf("contentsOfDirectoryAtPath failed for {}!", kAnchorsFolder);
-        return {};
-    }
-    if (names->empty()) {
-        sys::logf("{} is empty!", kAnchorsFolder);
-        return {};
-    }
+    });
+    if (!names) return {};
     plist::Dictionary anchors;
     for (const std::string& name : *names) {
         anchors[name] = Disk::getFile(files, std::string(kAnchorsFolder) + "/" + name, name);

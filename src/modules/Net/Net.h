@@ -17,7 +17,7 @@
 namespace modules {
 
 class Net : public Module {
-  public:
+public:
     explicit Net(const sys::Machine& machine);
 
     ModuleReport start(const std::filesystem::path& module_folder) override;
@@ -32,7 +32,7 @@ class Net : public Module {
     // temporary directory (left there); empty when unusable or without live sources.
     plist::Array getNetworkInfo();
 
-  private:
+private:
     const sys::Machine& machine_;
 };
 

@@ -23,7 +23,7 @@
 namespace modules {
 
 class Processes : public Module {
-  public:
+public:
     // How the table reader waits between attempts; tests hand in one that does not sleep.
     using Sleep = std::function<void(std::chrono::seconds)>;
 
@@ -50,7 +50,7 @@ class Processes : public Module {
     // that is a lone double quote throws std::out_of_range, on purpose (it ends the module).
     std::optional<std::string> get_exec_path(const std::string& command_line) const;
 
-  private:
+private:
     plist::Dictionary process_entry(const platform::ProcessRecord& record,
                                     platform::LiveSystem& live, const std::string& command);
     bool names_existing_entry(const std::string& path) const;

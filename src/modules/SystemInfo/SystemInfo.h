@@ -15,7 +15,7 @@
 namespace modules {
 
 class SystemInfo : public Module {
-  public:
+public:
     explicit SystemInfo(const sys::Machine& machine);
 
     ModuleReport start(const std::filesystem::path& module_folder) override;
@@ -23,7 +23,7 @@ class SystemInfo : public Module {
     // Everything the profiler prints for every data type, as XML; "" without live sources.
     std::string getSystemInfo();
 
-  private:
+private:
     void write_profile(const std::string& profile, const std::filesystem::path& file);
 
     const sys::Machine& machine_;

@@ -1,7 +1,5 @@
 // The product's property-list logs.
-#include <cerrno>
-#include <cstring>
-
+#include "libs/Disk/Disk.h"
 #include "libs/sys/Log.h"
 #include "modules/TV/PercentDecoding.h"
 #include "modules/TV/TV.h"
@@ -19,21 +17,10 @@ constexpr std::string_view kEscapedLogFolder = "/Library/Application%20Support/S
 plist::Dictionary TV::getLogs() {
     sys::log_line("Getting logs...");
     const sys::FileSystem& files = machine_.files();
-    if (!files.exists(kLogFolder)) {
-        sys::logf("{} does not exist!", kLogFolder);
-        return {};
-    }
-    errno = 0;
-    const std::optional<std::vector<std::string>> names = files.list_directory(kLogFolder);
-    if (!names) {
-        const char* reason = errno != 0 ? std::strerror(errno) : "The folder could not be listed.";
+    const auto names = Disk::list_folder(files, kLogFolder, [](std::string_view reason) {
         sys::logf("Error [{}] at contentsOfDirectoryAtPath of {}!", reason, kLogFolder);
-        return {};
-    }
-    if (names->empty()) {
-        sys::logf("{} is empty!", kLogFolder);
-        return {};
-    }
+    });
+    if (!names) return {};
 
     const std::string base = percent_decode(kEscapedLogFolder);
     plist::Dictionary logs;

@@ -15,7 +15,7 @@
 namespace modules {
 
 class TV : public Module {
-  public:
+public:
     explicit TV(const sys::Machine& machine);
 
     ModuleReport start(const std::filesystem::path& module_folder) override;
@@ -27,7 +27,7 @@ class TV : public Module {
     // ".plist" entry of the log folder; other entries are skipped.
     plist::Dictionary getLogs();
 
-  private:
+private:
     const sys::Machine& machine_;
 };
 

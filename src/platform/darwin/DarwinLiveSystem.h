@@ -15,7 +15,7 @@
 namespace platform::darwin_host {
 
 class DarwinLiveSystem : public LiveSystem {
-  public:
+public:
     // The runner must outlive this object (the machine holds both, the runner first).
     explicit DarwinLiveSystem(sys::ProgramRunner& runner) : runner_(runner) {}
 
@@ -30,7 +30,7 @@ class DarwinLiveSystem : public LiveSystem {
     std::string system_profile(const std::vector<std::string>& arguments) override;
     Command lsof_command() override;
 
-  private:
+private:
     sys::ProgramRunner& runner_;
 };
 

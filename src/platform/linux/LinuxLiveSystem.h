@@ -22,7 +22,7 @@ inline constexpr std::size_t kProcessRecordSize = 648;
 inline constexpr int kMaxArgumentArea = 1 << 20;
 
 class LinuxLiveSystem : public LiveSystem {
-  public:
+public:
     // One record per numeric /proc entry in ascending pid order; a process that ends while it is
     // read is left out. Returns -1 only when /proc cannot be listed.
     int query_process_table(std::vector<ProcessRecord>* records, std::size_t* size) override;

@@ -185,3 +185,29 @@ TEST(XmlWriter, OutputLoadsInPythonsPlistlib) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(XmlWriter, TextThatXmlCannotCarryIsReplacedSoTheDocumentStillLoads) {
+    const std::string hostile =
+        "a\x01"
+        "b\xff"
+        "c\xed\xa0\x80"
+        "d\xef\xbf\xbe";
+    const std::string xml = plist::to_xml(Value(Array{hostile, "caf\xc3\xa9\t\n"}));
+    const std::string fffd = "\xef\xbf\xbd";
+    EXPECT_NE(xml.find("<string>a" + fffd + "b" + fffd + "c" + fffd + fffd + fffd + "d" + fffd +
+                       "</string>"),
+              std::string::npos)
+        << xml;
+    EXPECT_NE(xml.find("<string>caf\xc3\xa9\t\n</string>"), std::string::npos);
+
+    if (!plist_test::python_available()) GTEST_SKIP() << "python3 is not installed";
+    test::TempDir dir;
+    const auto file = dir / "hostile.plist";
+    std::string error;
+    ASSERT_TRUE(plist::write_xml_file(Value(Dictionary{{hostile, hostile}}), file, &error));
+    EXPECT_FALSE(plist_test::python_dumps({file.string()})[file.string()].empty());
+}
+
+}  // namespace

@@ -16,8 +16,8 @@ TEST(ProgramRunner, CapturesOutputAndSendsErrorsToTheLog) {
     test::CapturedLog log;
     test::TempDir dir;
     sys::ProgramRunner runner;
-    std::string out = runner.run("/bin/sh", {"-c", "printf 'a\\0b'; echo oops >&2; pwd"},
-                                 dir.path());
+    std::string out =
+        runner.run("/bin/sh", {"-c", "printf 'a\\0b'; echo oops >&2; pwd"}, dir.path());
     EXPECT_EQ(out, std::string("a\0b", 3) + dir.path().string() + "\n");
     EXPECT_TRUE(log.contains("oops"));
     // A bare name is looked up on PATH; standard input is empty rather than the terminal.

@@ -11,7 +11,7 @@
 namespace {
 
 class NetModule : public ::testing::Test {
-  protected:
+protected:
     NetModule() {
         live->profile =
             plist::to_xml(plist::Array{plist::Dictionary{{"_dataType", "SPNetworkDataType"}}});

@@ -9,7 +9,7 @@
 namespace {
 
 class ProcessesExecPath : public ::testing::Test {
-  protected:
+protected:
     ProcessesExecPath() {
         root.write("Applications/My App.app/Contents/MacOS/My App", "binary");
         root.write("opt/x y/bin/tool", "binary");

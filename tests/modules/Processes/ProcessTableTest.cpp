@@ -8,7 +8,7 @@
 namespace {
 
 class ProcessesTable : public ::testing::Test {
-  protected:
+protected:
     // Reads the table from a fake answering the filling queries with results, in turn.
     bool read_table(std::vector<int> results) {
         live->processes.resize(3);

@@ -12,7 +12,7 @@
 namespace {
 
 class ProcessesModule : public ::testing::Test {
-  protected:
+protected:
     ProcessesModule() {
         // Local time is UTC here, so that a start time has one expected text.
         if (const char* tz = std::getenv("TZ")) saved_tz = tz;

@@ -9,7 +9,7 @@
 namespace {
 
 class SystemInfoModule : public ::testing::Test {
-  protected:
+protected:
     test::ModuleRun run(const sys::Machine& machine) {
         auto module = modules::Registry::builtin().create("SystemInfo", machine);
         test::ModuleRun info = test::run_module(*module, "SystemInfo");

@@ -12,7 +12,7 @@ const std::string kEngines = "/Library/Tervalon/SHLD/antivirus.bundle/engines";
 const std::string kLogs = "/Library/Application Support/Shieldwell/Logs";
 
 class TVModule : public ::testing::Test {
-  protected:
+protected:
     test::ModuleRun run() {
         auto module = modules::Registry::builtin().create("TV", machine);
         test::ModuleRun tv = test::run_module(*module, "TV");

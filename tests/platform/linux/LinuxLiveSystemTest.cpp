@@ -32,7 +32,7 @@ using namespace std::chrono_literals;
 // A copy of sleep under a name with blanks, run with known arguments and environment; killed and
 // reaped when the test ends.
 class SleepingChild {
-  public:
+public:
     explicit SleepingChild(const test::TempDir& dir)
         : executable_(copy_sleep(dir)),
           started_(std::chrono::system_clock::now()),
@@ -44,7 +44,7 @@ class SleepingChild {
     std::chrono::system_clock::time_point started() const { return started_; }
     void stop() { child_.stop(); }
 
-  private:
+private:
     static std::filesystem::path copy_sleep(const test::TempDir& dir) {
         auto executable = dir / "folder with blanks/my sleep";
         std::filesystem::create_directories(executable.parent_path());
