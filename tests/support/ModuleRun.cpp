@@ -1,6 +1,7 @@
 #include "support/ModuleRun.h"
 
 #include "libs/plist/Reader.h"
+#include "modules/Registry.h"
 #include "support/CapturedLog.h"
 
 namespace test {
@@ -16,6 +17,10 @@ ModuleRun run_module(modules::Module& module, const std::string& name) {
     run.plist = plist::parse(run.plist_bytes);
     run.log = read_text(*run.folder / (name + ".log"));
     return run;
+}
+
+ModuleRun run_module(const std::string& name, const sys::Machine& machine) {
+    return run_module(*modules::Registry::builtin().create(name, machine), name);
 }
 
 }  // namespace test

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "libs/plist/Value.h"
+#include "libs/sys/Machine.h"
 #include "modules/Module.h"
 #include "support/TempDir.h"
 
@@ -18,8 +19,12 @@ struct ModuleRun {
     std::optional<plist::Value> plist;  // empty when the file does not parse
     std::string plist_bytes;
     std::string log;
+
+    bool logged(const std::string& text) const { return log.find(text) != std::string::npos; }
 };
 
 ModuleRun run_module(modules::Module& module, const std::string& name);
+// The built-in module of that name over machine.
+ModuleRun run_module(const std::string& name, const sys::Machine& machine);
 
 }  // namespace test

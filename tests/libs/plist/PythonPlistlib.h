@@ -3,16 +3,16 @@
 // seconds since 2001, UIDs as CF$UID dictionaries), so one comparison checks a whole file.
 #pragma once
 
-#include <stdio.h>
-
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "libs/plist/Value.h"
+#include "libs/sys/ProgramRunner.h"
 
 namespace plist_test {
 
@@ -20,49 +20,37 @@ inline bool python_available() {
     return std::system("command -v python3 >/dev/null 2>&1") == 0;
 }
 
-// prefix followed by the bytes in hex.
-inline std::string hex(std::string prefix, const void* bytes, std::size_t size) {
-    std::string out = std::move(prefix);
-    char pair[3];
+inline std::string hex(const void* bytes, std::size_t size) {
+    std::string out;
     for (std::size_t i = 0; i < size; ++i) {
-        std::snprintf(pair, sizeof pair, "%02x", static_cast<const unsigned char*>(bytes)[i]);
-        out += pair;
+        const auto byte = static_cast<const unsigned char*>(bytes)[i];
+        out += "0123456789abcdef"[byte >> 4];
+        out += "0123456789abcdef"[byte & 15];
     }
     return out;
 }
 
 inline std::string canonical(const plist::Value& v) {
     char scalar[48] = "";
-    if (const auto* s = v.as_string()) return hex("s", s->data(), s->size());
-    if (const auto* data = v.as_data()) return hex("x", data->data(), data->size());
+    if (const auto* s = v.as_string()) return "s" + hex(s->data(), s->size());
+    if (const auto* data = v.as_data()) return "x" + hex(data->data(), data->size());
     if (const auto* b = v.as_bool()) return *b ? "t" : "f";
     if (const auto* i = v.as_integer()) {
-        if (i->is_unsigned)
-            std::snprintf(scalar, sizeof scalar, "i%llu",
-                          static_cast<unsigned long long>(i->value));
-        else
-            std::snprintf(scalar, sizeof scalar, "i%lld", static_cast<long long>(i->value));
+        return "i" + (i->is_unsigned ? std::to_string(static_cast<std::uint64_t>(i->value))
+                                     : std::to_string(i->value));
     }
     if (const auto* d = v.as_real()) std::snprintf(scalar, sizeof scalar, "r%.17g", *d);
     if (const auto* date = v.as_date())
         std::snprintf(scalar, sizeof scalar, "d%.0f", std::floor(date->seconds_since_2001));
+    std::string out;
     if (const auto* array = v.as_array()) {
-        std::string out = "[";
-        for (const plist::Value& child : *array) {
-            if (out.size() > 1) out += ',';
-            out += canonical(child);
-        }
-        return out + "]";
+        for (const plist::Value& child : *array) out += (out.empty() ? "" : ",") + canonical(child);
+        return "[" + out + "]";
     }
     if (const auto* dict = v.as_dict()) {
-        std::string out = "{";
-        for (const auto& [key, child] : *dict) {
-            if (out.size() > 1) out += ',';
-            out += hex("", key.data(), key.size());
-            out += ':';
-            out += canonical(child);
-        }
-        return out + "}";
+        for (const auto& [key, child] : *dict)
+            out += (out.empty() ? "" : ",") + hex(key.data(), key.size()) + ":" + canonical(child);
+        return "{" + out + "}";
     }
     return scalar;
 }
@@ -89,28 +77,16 @@ for f in sys.argv[1:]:
         print(f + '\tERROR')
 )";
 
-// plistlib's canonical text of each file ("ERROR" when it refuses one), keyed by path. Paths
-// must not contain a single quote.
+// plistlib's canonical text of each file ("ERROR" when it refuses one), keyed by path.
 inline std::map<std::string, std::string> python_dumps(const std::vector<std::string>& files) {
-    std::string command = "python3 -c '";
-    for (const char c : std::string_view(kDumpScript))
-        command += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    command += "'";
-    for (const std::string& file : files) command += " '" + file + "'";
+    std::vector<std::string> arguments{"-c", kDumpScript};
+    arguments.insert(arguments.end(), files.begin(), files.end());
+    std::istringstream lines(sys::ProgramRunner().run("python3", arguments));
     std::map<std::string, std::string> dumps;
-    FILE* pipe = ::popen(command.c_str(), "r");
-    if (!pipe) return dumps;
-    std::string line;
-    for (int c; (c = std::fgetc(pipe)) != EOF;) {
-        if (c != '\n') {
-            line += static_cast<char>(c);
-            continue;
-        }
+    for (std::string line; std::getline(lines, line);) {
         const std::size_t tab = line.find('\t');
         if (tab != std::string::npos) dumps[line.substr(0, tab)] = line.substr(tab + 1);
-        line.clear();
     }
-    ::pclose(pipe);
     return dumps;
 }
 

@@ -8,63 +8,51 @@
 namespace {
 
 using modules::command_line_from_argument_area;
+using test::argument_area;
 using Bytes = std::vector<std::uint8_t>;
 
-Bytes bytes_of(std::int32_t argc, std::string_view rest) {
-    Bytes area = test::argument_area(argc, "", {}, 0);
-    area.pop_back();  // argument_area ends the (empty) path with a NUL; rest brings its own
-    area.insert(area.end(), rest.begin(), rest.end());
-    return area;
-}
-
-TEST(ProcessesArgumentArea, JoinsTheArgumentsAndLeavesTheEnvironmentOut) {
-    Bytes area = test::argument_area(3, "/usr/bin/tool",
-                                     {"tool", "-v", "two words", "HOME=/var/root", "PATH=/bin"}, 7);
-    EXPECT_EQ(command_line_from_argument_area(area, 1), "tool -v two words");
-
-    area = test::argument_area(1, "/bin/one", {"/bin/one", "ENV=1"}, 0);
-    EXPECT_EQ(command_line_from_argument_area(area, 1), "/bin/one");
-}
-
-TEST(ProcessesArgumentArea, AnAreaCutShortKeepsTheArgumentsItHolds) {
-    // Four arguments announced, two present: the walk stops at the end of the data.
-    Bytes area = test::argument_area(4, "/bin/x", {"/bin/x", "-a"});
-    EXPECT_EQ(command_line_from_argument_area(area, 1), "/bin/x -a");
-}
-
-TEST(ProcessesArgumentArea, AnEmptyFirstArgumentIsTakenForPadding) {
-    // The empty string vanishes among the padding NULs, and the count then reaches one string
-    // further, into the environment.
-    Bytes area = test::argument_area(2, "/bin/x", {"", "-v", "ENV=1", "MORE=2"});
-    EXPECT_EQ(command_line_from_argument_area(area, 1), "-v ENV=1");
+TEST(ProcessesArgumentArea, TheArgumentsJoinedWithBlanks) {
+    const std::tuple<const char*, Bytes, const char*> cases[] = {
+        {"environment after the arguments",
+         argument_area(3, "/usr/bin/tool", {"tool", "-v", "two words", "HOME=/root", "P=/bin"}, 7),
+         "tool -v two words"},
+        {"no padding", argument_area(1, "/bin/one", {"/bin/one", "ENV=1"}, 0), "/bin/one"},
+        // Four arguments announced, two present: the walk stops at the end of the data.
+        {"cut short", argument_area(4, "/bin/x", {"/bin/x", "-a"}), "/bin/x -a"},
+        // The empty string vanishes among the padding NULs, and the count then reaches one
+        // string further, into the environment.
+        {"empty first argument", argument_area(2, "/bin/x", {"", "-v", "ENV=1", "MORE=2"}),
+         "-v ENV=1"},
+    };
+    for (const auto& [what, area, expected] : cases) {
+        SCOPED_TRACE(what);
+        EXPECT_EQ(command_line_from_argument_area(area, 1), expected);
+    }
 }
 
 TEST(ProcessesArgumentArea, EveryFailureIsNoneAndLogsItsReasonWithThePid) {
-    struct Case {
-        const char* what;
-        Bytes area;
-        const char* message;
+    // The count and a path of "/bin/x" with its NUL; rest follows.
+    auto after_path = [](std::string_view rest) {
+        Bytes area = argument_area(2, "/bin/x", {}, 0);
+        area.insert(area.end(), rest.begin(), rest.end());
+        return area;
     };
-    const Case cases[] = {
-        {"nothing at all", {}, "End reached 1...failed for pid 4242!!"},
-        {"the count alone", bytes_of(1, ""), "End reached 1...failed for pid 4242!!"},
-        {"a path without its NUL", bytes_of(1, "/bin/to"), "End reached 1...failed for pid 4242!!"},
-        {"path and padding only", bytes_of(1, std::string_view("/bin/x\0\0\0", 9)),
-         "End reached 2...failed for pid 4242!!"},
-        {"argument count 0", test::argument_area(0, "/bin/x", {"/bin/x"}),
-         "Unterminated or empty string...failed for pid 4242!!"},
-        {"negative argument count", test::argument_area(-3, "/bin/x", {"/bin/x"}),
-         "Unterminated or empty string...failed for pid 4242!!"},
-        {"an unterminated argument", bytes_of(2, std::string_view("/bin/x\0\0abc", 11)),
-         "Unterminated or empty string...failed for pid 4242!!"},
-        {"bytes that are not UTF-8", test::argument_area(1, "/bin/x", {"\xff\xfe"}),
-         "Command line is not UTF-8...failed for pid 4242!!"},
+    Bytes no_path_end = argument_area(1, "/bin/to", {}, 0);
+    no_path_end.pop_back();
+    const std::tuple<const char*, Bytes, const char*> cases[] = {
+        {"nothing at all", {}, "End reached 1"},
+        {"a path without its NUL", no_path_end, "End reached 1"},
+        {"path and padding only", after_path(std::string_view("\0\0", 2)), "End reached 2"},
+        {"argument count 0", argument_area(0, "/bin/x", {"/bin/x"}),
+         "Unterminated or empty string"},
+        {"no terminator", after_path("abc"), "Unterminated or empty string"},
+        {"not UTF-8", argument_area(1, "/bin/x", {"\xff\xfe"}), "Command line is not UTF-8"},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
+    for (const auto& [what, area, message] : cases) {
+        SCOPED_TRACE(what);
         test::CapturedLog log;
-        EXPECT_EQ(command_line_from_argument_area(c.area, 4242), "None");
-        EXPECT_TRUE(log.contains(c.message)) << log.text();
+        EXPECT_EQ(command_line_from_argument_area(area, 4242), "None");
+        EXPECT_TRUE(log.contains(std::string(message) + "...failed for pid 4242!!")) << log.text();
     }
 }
 

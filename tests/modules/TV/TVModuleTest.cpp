@@ -1,56 +1,45 @@
 #include <gtest/gtest.h>
 
 #include "libs/plist/XmlWriter.h"
-#include "modules/Registry.h"
 #include "support/FakeMachine.h"
 #include "support/ModuleRun.h"
 #include "support/TempDir.h"
 
 namespace {
 
-const std::string kEngines = "/Library/Tervalon/SHLD/antivirus.bundle/engines";
+const std::string kProduct = "/Library/Tervalon/SHLD";
+const std::string kEngines = kProduct + "/antivirus.bundle/engines";
 const std::string kLogs = "/Library/Application Support/Shieldwell/Logs";
 
 class TVModule : public ::testing::Test {
 protected:
     test::ModuleRun run() {
-        auto module = modules::Registry::builtin().create("TV", machine);
-        test::ModuleRun tv = test::run_module(*module, "TV");
+        test::ModuleRun tv = test::run_module("TV", test::fake_machine(root.path()));
         EXPECT_TRUE(tv.report.empty());
         EXPECT_TRUE(tv.plist && tv.plist->as_dict() && tv.plist->as_dict()->size() == 3)
             << tv.plist_bytes;
         return tv;
     }
 
-    static bool logged(const test::ModuleRun& tv, const std::string& line) {
-        return tv.log.find(line) != std::string::npos;
-    }
-
     test::TempDir root;
-    sys::Machine machine = test::fake_machine(root.path());
 };
 
 TEST_F(TVModule, AMachineWithoutTheProductGivesEmptyValuesAndTheReasons) {
+    // A real folder where the link belongs is no way to the update record.
+    root.write(kEngines + "/Plugins/update.txt", "engine 1.0");
     test::ModuleRun tv = run();
     EXPECT_EQ(*tv.plist, plist::Value(plist::Dictionary{{"update.txt", ""},
                                                         {"logs", plist::Dictionary{}},
                                                         {"Info.plist", plist::Dictionary{}}}));
-    EXPECT_TRUE(logged(tv, kEngines + " is not a symlink!"));
-    EXPECT_TRUE(logged(tv, kLogs + " does not exist!"));
-    EXPECT_TRUE(logged(tv,
-                       "Error at dictionaryWithContentsOfFile for "
-                       "/Library/Tervalon/SHLD/Shieldwell.app/Contents/Info.plist!"));
-
-    // A real folder where the link belongs is no way to the update record either.
-    root.write(kEngines + "/Plugins/update.txt", "engine 1.0");
-    tv = run();
-    EXPECT_EQ(*tv.plist->find("update.txt"), plist::Value(""));
-    EXPECT_TRUE(logged(tv, kEngines + " is not a symlink!"));
+    EXPECT_TRUE(tv.logged(kEngines + " is not a symlink!"));
+    EXPECT_TRUE(tv.logged(kLogs + " does not exist!"));
+    EXPECT_TRUE(tv.logged("Error at dictionaryWithContentsOfFile for " + kProduct +
+                          "/Shieldwell.app/Contents/Info.plist!"));
 }
 
 TEST_F(TVModule, ReadsTheProductsFiles) {
-    root.write("/Library/Tervalon/SHLD/engines-2.4/Plugins/update.txt", "Last update: today\n");
-    root.symlink(kEngines, "/Library/Tervalon/SHLD/engines-2.4");
+    root.write(kProduct + "/engines-2.4/Plugins/update.txt", "Last update: today\n");
+    root.symlink(kEngines, kProduct + "/engines-2.4");
     const plist::Dictionary a{{"event", "scan"}, {"count", 3}};
     const plist::Array b{"one", "two"};
     root.write(kLogs + "/a.plist", plist::to_xml(a));
@@ -58,7 +47,7 @@ TEST_F(TVModule, ReadsTheProductsFiles) {
     root.write(kLogs + "/c.plist", "{ \"unterminated\" = ");
     root.write(kLogs + "/d.log", "plain text");
     const plist::Dictionary info{{"CFBundleShortVersionString", "7.1"}};
-    root.write("/Library/Tervalon/SHLD/Shieldwell.app/Contents/Info.plist", plist::to_xml(info));
+    root.write(kProduct + "/Shieldwell.app/Contents/Info.plist", plist::to_xml(info));
 
     test::ModuleRun tv = run();
     EXPECT_EQ(
@@ -68,10 +57,9 @@ TEST_F(TVModule, ReadsTheProductsFiles) {
             {"logs",
              plist::Dictionary{{"a.plist", a}, {"b.plist", b}, {"c.plist", plist::Dictionary{}}}},
             {"Info.plist", info}}));
-    EXPECT_TRUE(
-        logged(tv, "path to update: /Library/Tervalon/SHLD/engines-2.4/Plugins/update.txt"));
-    EXPECT_TRUE(logged(tv, "But arrayWithContentsOfFile for " + kLogs + "/b.plist worked!"));
-    EXPECT_TRUE(logged(tv, "Error at arrayWithContentsOfFile for " + kLogs + "/c.plist!"));
+    EXPECT_TRUE(tv.logged("path to update: " + kProduct + "/engines-2.4/Plugins/update.txt"));
+    EXPECT_TRUE(tv.logged("But arrayWithContentsOfFile for " + kLogs + "/b.plist worked!"));
+    EXPECT_TRUE(tv.logged("Error at arrayWithContentsOfFile for " + kLogs + "/c.plist!"));
 }
 
 }  // namespace
