@@ -3,6 +3,7 @@
 // array form may use every core, and is compared with md5sum run as two processes at once. All
 // are timed on the wall clock, as md5sum spends its time in other processes.
 #include <benchmark/benchmark.h>
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -52,7 +53,9 @@ private:
             shell_list += " " + file.string();
         }
         saved_log_ = ::dup(STDERR_FILENO);
-        sys::redirect_log("/dev/null");
+        const int null = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+        sys::redirect_log(null);
+        ::close(null);
     }
     ~HashFixture() {
         ::dup2(saved_log_, STDERR_FILENO);

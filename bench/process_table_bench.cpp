@@ -20,7 +20,10 @@ namespace {
 class LogToScratchFile {
 public:
     LogToScratchFile() : saved_(::dup(STDERR_FILENO)) {
-        sys::redirect_log(std::filesystem::temp_directory_path() / "tvtriage-bench-processes.log");
+        const std::string file = std::filesystem::temp_directory_path() / "tvtriage-bench.log";
+        const int fd = ::open(file.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+        sys::redirect_log(fd);
+        ::close(fd);
     }
     ~LogToScratchFile() {
         ::dup2(saved_, STDERR_FILENO);
@@ -34,7 +37,7 @@ private:
 };
 
 void BM_ProcessesCollection(benchmark::State& state) {
-    sys::Machine machine = sys::Machine::local("/", std::filesystem::temp_directory_path());
+    sys::Machine machine = sys::Machine::local("/");
     LogToScratchFile log;
     std::uint64_t count = 0;
     for (auto _ : state) {

@@ -9,8 +9,8 @@ namespace {
 
 constexpr int kStepsAfterModules = 3;  // copying samples, zipping, clean-up
 
-std::size_t count_sample_copies(const std::filesystem::path& samples_folder) {
-    auto entries = sys::FileSystem::host().list_directory(samples_folder.string());
+std::size_t count_sample_copies(const sys::OutputPath& samples_folder) {
+    auto entries = samples_folder.output().list(samples_folder.path());
     if (!entries) return 0;
     std::size_t copies = 0;
     for (const auto& name : *entries) copies += name != "Samples.plist";
@@ -19,8 +19,21 @@ std::size_t count_sample_copies(const std::filesystem::path& samples_folder) {
 
 }  // namespace
 
+bool tvtriage::guarded(std::string_view heading, const std::function<void()>& step) {
+    try {
+        step();
+        return true;
+    } catch (const std::exception& error) {
+        Disk::log_exception(heading, error);
+    } catch (...) {
+        Disk::log_exception(heading,
+                            sys::Exception("UnknownException", "a non-standard exception"));
+    }
+    return false;
+}
+
 void tvtriage::collect(const RunSettings& settings, std::vector<std::string> names,
-                       std::filesystem::path run_folder, const Callbacks& callbacks,
+                       const sys::OutputPath& run_folder, const Callbacks& callbacks,
                        sys::MainQueue& main_queue, RunSummary& summary) {
     const sys::Machine& machine = *settings.machine;
     auto on_main = [&](std::function<void()> task) { main_queue.run_sync(std::move(task)); };
@@ -31,9 +44,9 @@ void tvtriage::collect(const RunSettings& settings, std::vector<std::string> nam
     Disk::Results results;
     for (const auto& name : names) {
         on_main([&] { callbacks.status(name); });
-        std::filesystem::path module_folder = run_folder / name;
+        const sys::OutputPath module_folder = run_folder / name;
         ++summary.modules_run;
-        try {
+        const bool ran = guarded("MODULE CRASHED - " + name, [&] {
             std::unique_ptr<modules::Module> module = settings.registry->create(name, machine);
             sys::logf("Starting module: {}", name);
             if (!module) {
@@ -41,14 +54,8 @@ void tvtriage::collect(const RunSettings& settings, std::vector<std::string> nam
                                      "no module named " + name + ": its report cannot be stored");
             }
             results[name] = module->start(module_folder);
-        } catch (const std::exception& error) {
-            ++summary.modules_crashed;
-            Disk::log_exception("MODULE CRASHED - " + name, error);
-        } catch (...) {
-            ++summary.modules_crashed;
-            Disk::log_exception("MODULE CRASHED - " + name,
-                                sys::Exception("UnknownException", "a non-standard exception"));
-        }
+        });
+        if (!ran) ++summary.modules_crashed;
         on_main([&] { callbacks.increment(1); });
     }
 
@@ -60,15 +67,13 @@ void tvtriage::collect(const RunSettings& settings, std::vector<std::string> nam
     Disk::SamplesDictionary samples = Disk::get_samples_dictionary(machine.files(), results);
     summary.samples_listed = samples.size();
 
-    std::filesystem::path samples_folder = run_folder / kSamplesFolderName;
+    const sys::OutputPath samples_folder = run_folder / kSamplesFolderName;
     sys::log_line("Copying samples from paths list to the Samples folder.");
     on_main([&] { callbacks.status("Copying samples"); });
-    try {
+    guarded("COPYING CRASHED", [&] {
         Disk::copy_samples(machine.files(), samples, samples_folder,
                            Disk::get_enabled_ignore_list(settings.modules_config));
-    } catch (const std::exception& error) {
-        Disk::log_exception("COPYING CRASHED", error);
-    }
+    });
     on_main([&] { callbacks.increment(1); });
 
     sys::log_line("Making Samples.plist");
@@ -77,15 +82,19 @@ void tvtriage::collect(const RunSettings& settings, std::vector<std::string> nam
 
     sys::log_line("Archieving to Desktop.");
     on_main([&] { callbacks.status("Zipping"); });
-    try {
-        Disk::zip_samples_to_desktop(machine.programs(), run_folder, settings.archive);
-    } catch (const std::exception& error) {
-        Disk::log_exception("ARCHIEVING CRASHED", error);
-    }
+    guarded("ARCHIEVING CRASHED", [&] {
+        try {
+            summary.zip_status =
+                Disk::zip_samples_to_desktop(machine.programs(), run_folder.output());
+        } catch (const std::exception& error) {
+            summary.zip_problem = sys::report_of(error).reason;
+            throw;
+        }
+    });
     on_main([&] { callbacks.increment(1); });
 
     on_main([&] { callbacks.status("Clean up"); });
-    Disk::clean_up(run_folder);
+    Disk::clean_up(run_folder.output());
     on_main([&] { callbacks.increment(1); });
 
     sys::log_line("Done. Blocked interface, open Finder.");

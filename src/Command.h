@@ -21,6 +21,7 @@ inline constexpr int kExitArchiveWritten = 0;
 inline constexpr int kExitNoArchive = 1;
 inline constexpr int kExitUsage = 2;
 
-// Runs the command; terminal_fd is where progress and messages go (standard error belongs to the
-// log once the run has started).
+// Runs the command. Path options must be absolute. What the user asked to see (the module list)
+// goes to standard output; progress, the summary and errors go to terminal_fd (standard error
+// belongs to the log once the run has started).
 int run_command(const CommandOptions& options, int terminal_fd);

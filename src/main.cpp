@@ -8,6 +8,18 @@
 #include "libs/sys/Text.h"
 #include "tvtriage.h"
 
+namespace {
+
+// Paths are taken from the working directory the command was started in; the run itself never
+// depends on where that is.
+std::filesystem::path absolute_option(const std::string& path) {
+    std::error_code ec;
+    std::filesystem::path absolute = std::filesystem::absolute(path, ec);
+    return ec ? std::filesystem::path(path) : absolute.lexically_normal();
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
     // The log takes standard error over once the run starts; keep the terminal for ourselves.
     int terminal_fd = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
@@ -40,10 +52,10 @@ int main(int argc, char** argv) {
         std::printf("tvtriage %s\n", tvtriage::kVersion);
         return 0;
     }
-    if (!root.empty()) options.root = root;
-    if (!config.empty()) options.config = config;
+    if (!root.empty()) options.root = absolute_option(root);
+    if (!config.empty()) options.config = absolute_option(config);
     if (!modules.empty()) options.modules = sys::split_skipping_empty(modules, ',');
-    if (!output.empty()) options.output = output;
-    if (!workdir.empty()) options.workdir = workdir;
+    if (!output.empty()) options.output = absolute_option(output);
+    if (!workdir.empty()) options.workdir = absolute_option(workdir);
     return run_command(options, terminal_fd);
 }

@@ -9,12 +9,6 @@
 #include "libs/sys/Exception.h"
 #include "libs/sys/Log.h"
 
-namespace {
-
-constexpr const char* kRunFolderName = "tvtriage";
-
-}  // namespace
-
 std::string current_user_name() {
     if (const passwd* entry = ::getpwuid(::geteuid())) return entry->pw_name;
     if (const char* user = std::getenv("USER")) return user;
@@ -33,14 +27,13 @@ std::vector<std::string> tvtriage::get_enabled_module(const plist::Value& module
     return names;
 }
 
-std::filesystem::path tvtriage::create_module_folders(
-    std::vector<std::string>& names, const std::filesystem::path& temporary_directory) {
-    const sys::FileSystem& host = sys::FileSystem::host();
-    std::filesystem::path run_folder = temporary_directory / kRunFolderName;
-    // An existing folder is fine: a second launch reuses it with whatever it holds.
-    host.create_directory(run_folder.string());
+sys::OutputPath tvtriage::create_module_folders(std::vector<std::string>& names,
+                                                const sys::RunOutput& output) {
+    // The run folder itself exists once the output is open. An existing module folder is fine:
+    // a second launch reuses it with whatever it holds.
+    const sys::OutputPath run_folder(output, output.run_folder());
     names.push_back(kSamplesFolderName);
-    for (const auto& name : names) host.create_directory((run_folder / name).string());
+    for (const auto& name : names) output.create_directory((run_folder / name).path());
     names.pop_back();
     return run_folder;
 }
@@ -49,7 +42,7 @@ std::thread tvtriage::start(const RunSettings& settings, Callbacks callbacks,
                             sys::MainQueue& main_queue, RunSummary* summary) {
     std::vector<std::string> names =
         settings.only ? *settings.only : get_enabled_module(settings.modules_config);
-    std::filesystem::path run_folder = create_module_folders(names, settings.temporary_directory);
+    sys::OutputPath run_folder = create_module_folders(names, *settings.output);
 
     Disk::redirectLog(run_folder, kDriverLogName);
     sys::log_line("Starting tvtriage collecting process");

@@ -14,6 +14,7 @@
 #include "libs/plist/Value.h"
 #include "libs/sys/Machine.h"
 #include "libs/sys/MainQueue.h"
+#include "libs/sys/RunOutput.h"
 #include "modules/Registry.h"
 
 struct Callbacks {
@@ -27,8 +28,7 @@ struct Callbacks {
 struct RunSettings {
     plist::Value modules_config;                   // the parsed modules.plist
     std::optional<std::vector<std::string>> only;  // run exactly these modules, in this order
-    std::filesystem::path temporary_directory;     // where the run folder "tvtriage" is made
-    std::filesystem::path archive;                 // the zip file to write
+    const sys::RunOutput* output = nullptr;        // the run folder and the archive
     const sys::Machine* machine = nullptr;
     const modules::Registry* registry = nullptr;
 };
@@ -39,6 +39,8 @@ struct RunSummary {
     int modules_crashed = 0;
     std::size_t samples_listed = 0;
     std::size_t samples_copied = 0;
+    int zip_status = -1;      // zip's exit status; -1 when it did not run to the end
+    std::string zip_problem;  // why zip could not be started, when it could not
 };
 
 class tvtriage {
@@ -52,19 +54,23 @@ public:
     // Names of the modules whose "Enabled" equals the number 1; the "Samples" entry never counts.
     static std::vector<std::string> get_enabled_module(const plist::Value& modules_config);
 
-    // Makes the run folder and, for every name plus "Samples", a folder in it; existing folders
-    // are kept as they are. Returns the run folder.
-    static std::filesystem::path create_module_folders(
-        std::vector<std::string>& names, const std::filesystem::path& temporary_directory);
+    // Makes, in the run folder, a folder for every name plus "Samples"; existing folders are kept
+    // as they are. Returns the run folder.
+    static sys::OutputPath create_module_folders(std::vector<std::string>& names,
+                                                 const sys::RunOutput& output);
 
     // Prepares the run on the calling (main) thread and starts the collection job on a worker
     // thread, which is returned for the caller to join after done(). summary may be null.
     static std::thread start(const RunSettings& settings, Callbacks callbacks,
                              sys::MainQueue& main_queue, RunSummary* summary = nullptr);
 
+    // Runs one step of the job; whatever it throws is logged under the heading ("MODULE CRASHED -
+    // Net", "COPYING CRASHED", ...) and the run goes on. False when the step threw.
+    static bool guarded(std::string_view heading, const std::function<void()>& step);
+
 private:
     static void collect(const RunSettings& settings, std::vector<std::string> names,
-                        std::filesystem::path run_folder, const Callbacks& callbacks,
+                        const sys::OutputPath& run_folder, const Callbacks& callbacks,
                         sys::MainQueue& main_queue, RunSummary& summary);
 };
 

@@ -1,7 +1,9 @@
 // The `tvtriage` command end to end: the real program, with HOME and TMPDIR pointed at a
 // temporary folder, and the archive it leaves on that Desktop.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include "libs/plist/Reader.h"
 #include "support/Archive.h"
@@ -10,6 +12,8 @@
 
 namespace {
 
+namespace fs = std::filesystem;
+
 struct Outcome {
     int status = -1;
     std::string output;
@@ -17,9 +21,13 @@ struct Outcome {
 
 class CommandTest : public ::testing::Test {
 protected:
-    Outcome tvtriage(const std::string& arguments) {
-        std::string command = "env HOME='" + home.path().string() + "' TMPDIR='" +
-                              home.path().string() + "' " TVTRIAGE_BINARY " " + arguments + " 2>&1";
+    // Runs the command in the folder `in` (home by default); stderr joins stdout unless told.
+    Outcome tvtriage(const std::string& arguments, const std::string& in = {},
+                     const std::string& stderr_to = "&1") {
+        std::string command = "cd '" + (in.empty() ? home.path().string() : in) +
+                              "' && env HOME='" + home.path().string() + "' TMPDIR='" +
+                              home.path().string() + "' " TVTRIAGE_BINARY " " + arguments + " 2>" +
+                              stderr_to;
         Outcome outcome;
         FILE* pipe = ::popen(command.c_str(), "r");
         if (!pipe) return outcome;
@@ -31,96 +39,117 @@ protected:
         outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
         return outcome;
     }
-    std::string unzip(const std::string& member) { return test::zip_member(archive(), member); }
-    std::filesystem::path archive() const { return home / "Desktop/tvtriage_results.zip"; }
-    std::string config_with(const std::string& module, int enabled) {
-        return home
-            .write("config.plist",
-                   "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n<dict>"
-                   "<key>" +
-                       module + "</key><dict><key>Enabled</key><integer>" +
-                       std::to_string(enabled) +
-                       "</integer></dict>"
-                       "<key>Samples</key><dict><key>Samples List</key><array/></dict>"
-                       "</dict></plist>\n")
-            .string();
+    fs::path archive() const { return home / "Desktop/tvtriage_results.zip"; }
+    bool said(const Outcome& outcome, const std::string& text) {
+        return outcome.output.find(text) != std::string::npos;
     }
 
     test::TempDir home;
 };
 
-TEST_F(CommandTest, NoModuleEnabledGivesTheDriverLogAndAnEmptySamplesPlist) {
-    home.mkdir("Desktop");
-    Outcome outcome = tvtriage("--config " + config_with("Processes", 0));
-    EXPECT_EQ(outcome.status, 0) << outcome.output;
-    EXPECT_NE(outcome.output.find("Archive: " + archive().string()), std::string::npos)
-        << outcome.output;
-    EXPECT_NE(outcome.output.find("modules run 0, crashed 0"), std::string::npos);
-
-    std::string log = unzip("tvtriage.log");
-    EXPECT_NE(log.find("Starting tvtriage collecting process"), std::string::npos);
-    EXPECT_NE(log.find("TVTriage Version: 1.0.8"), std::string::npos);
-    EXPECT_NE(log.find("User running this is: "), std::string::npos);
-    std::string samples = unzip("Samples/Samples.plist");
-    auto parsed = plist::parse(samples);
-    ASSERT_TRUE(parsed && parsed->as_dict()) << samples;
-    EXPECT_TRUE(parsed->as_dict()->empty());
-    EXPECT_EQ(samples.rfind("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!DOCTYPE plist", 0), 0u);
-}
-
-TEST_F(CommandTest, AnUnknownModuleIsReportedAsCrashed) {
-    home.mkdir("Desktop");
-    Outcome outcome = tvtriage("--quiet --config " + config_with("Bogus", 1));
+TEST_F(CommandTest, RelativePathsCountFromTheWorkingDirectory) {
+    const fs::path cwd = home.mkdir("somewhere");
+    home.write("somewhere/cfg.plist",
+               "<plist><dict><key>Processes</key><dict><key>Enabled</key><integer>0</integer>"
+               "</dict></dict></plist>");
+    home.write("somewhere/fixture/private/etc/hosts", "::1 localhost\n");
+    home.mkdir("somewhere/w");
+    Outcome outcome = tvtriage(
+        "--quiet --output out.zip --config cfg.plist --workdir w --root fixture --modules Net",
+        cwd.string());
     EXPECT_EQ(outcome.status, 0) << outcome.output;
     EXPECT_EQ(outcome.output, "") << "--quiet prints nothing";
-    std::string log = unzip("tvtriage.log");
-    auto heading = log.find("MODULE CRASHED - Bogus");
-    ASSERT_NE(heading, std::string::npos) << log;
-    EXPECT_NE(log.find("NSInvalidArgumentException", heading), std::string::npos);
-    auto members = test::zip_members(archive());
-    EXPECT_NE(std::find(members.begin(), members.end(), "Bogus/"), members.end());
+    EXPECT_NE(test::zip_member(cwd / "out.zip", "tvtriage.log").find("TVTriage Version: 1.0.8"),
+              std::string::npos);
+    EXPECT_NE(test::zip_member(cwd / "out.zip", "Net/Net.plist").find("::1 localhost"),
+              std::string::npos)
+        << "the root is the fixture beside the working directory";
+    struct stat st {};
+    ASSERT_EQ(::stat((cwd / "w/tvtriage").c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 0777, 0700u) << "the run folder is the running user's alone";
 }
 
-TEST_F(CommandTest, AMissingDesktopIsExplainedAndNothingRuns) {
-    Outcome outcome = tvtriage("--config " + config_with("Processes", 0));
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_NE(outcome.output.find("Desktop"), std::string::npos) << outcome.output;
-    EXPECT_NE(outcome.output.find("does not exist"), std::string::npos);
-    EXPECT_FALSE(std::filesystem::exists(home / "tvtriage")) << "no run folder was made";
+TEST_F(CommandTest, UsageErrorsNameTheBadEntryAndRunNothing) {
+    const std::pair<std::string, std::string> cases[] = {
+        {"--modules Samples", "\"Samples\" is not a module"},
+        {"--modules Net,TV,Net", "\"Net\" is named twice"},
+        {"--modules ../../x", "\"../../x\" is not a module"},
+        {"--no-such-option", "--no-such-option"},
+        {"--config /nonexistent.plist", "/nonexistent.plist"},
+        {"--root /nonexistent-root --output x.zip", "/nonexistent-root"},
+    };
+    home.mkdir("Desktop");
+    for (const auto& [arguments, message] : cases) {
+        Outcome outcome = tvtriage(arguments);
+        EXPECT_EQ(outcome.status, 2) << arguments;
+        EXPECT_TRUE(said(outcome, message)) << arguments << ": " << outcome.output;
+    }
+    EXPECT_FALSE(fs::exists(home / "tvtriage")) << "no run folder was made";
+
+    // What the user asked to see goes to standard output.
+    Outcome listed = tvtriage("--list-modules", {}, "/dev/null");
+    EXPECT_EQ(listed.status, 0);
+    EXPECT_TRUE(said(listed, "Net\tenabled\n")) << listed.output;
+    EXPECT_EQ(tvtriage("--version", {}, "/dev/null").output, "tvtriage 1.0.8\n");
+    EXPECT_TRUE(said(tvtriage("--help", {}, "/dev/null"), "--list-modules"));
 }
 
-TEST_F(CommandTest, OutputWorkdirAndUsageErrors) {
-    home.mkdir("elsewhere");
-    home.mkdir("work");
-    Outcome outcome = tvtriage("--output '" + (home / "elsewhere/out.zip").string() +
-                               "' --workdir '" + (home / "work").string() + "' --modules Bogus");
-    EXPECT_EQ(outcome.status, 0) << outcome.output;
-    EXPECT_TRUE(std::filesystem::exists(home / "elsewhere/out.zip"));
-    EXPECT_TRUE(std::filesystem::is_directory(home / "work/tvtriage"));
-    EXPECT_NE(outcome.output.find("modules run 1, crashed 1"), std::string::npos);
+TEST_F(CommandTest, AnArchiveThatCannotBeWrittenIsExplainedWithExitStatusOne) {
+    Outcome no_desktop = tvtriage("--modules TV");
+    EXPECT_EQ(no_desktop.status, 1);
+    EXPECT_TRUE(
+        said(no_desktop, "Desktop folder " + (home / "Desktop").string() + " does not exist"))
+        << no_desktop.output;
 
-    EXPECT_EQ(tvtriage("--no-such-option").status, 2);
-    EXPECT_EQ(tvtriage("--config /nonexistent.plist").status, 2);
-    EXPECT_EQ(tvtriage("--root /nonexistent-root --output x.zip").status, 2);
-    Outcome version = tvtriage("--version");
-    EXPECT_EQ(version.status, 0);
-    EXPECT_EQ(version.output, "tvtriage 1.0.8\n");
-    Outcome help = tvtriage("--help");
-    EXPECT_EQ(help.status, 0);
-    EXPECT_NE(help.output.find("--list-modules"), std::string::npos);
+    home.write("Desktop/tvtriage_results.zip", "PK\x03\x04 damaged");
+    Outcome damaged = tvtriage("--modules TV");
+    EXPECT_EQ(damaged.status, 1) << damaged.output;
+    EXPECT_TRUE(said(damaged, "the archive could not be written: zip exited with status"))
+        << damaged.output;
+    EXPECT_TRUE(said(damaged, "No archive:"));
+}
+
+TEST_F(CommandTest, ARunFolderThatIsALinkOrAnotherUsersIsRefusedAndNothingIsWrittenThroughIt) {
+    home.mkdir("Desktop");
+    test::TempDir victim;
+    const fs::path victim_log = victim.write("important.log", "untouched\n");
+
+    home.symlink("tvtriage", victim.path().string());
+    Outcome linked = tvtriage("--modules TV");
+    EXPECT_EQ(linked.status, 1);
+    EXPECT_TRUE(said(linked, "is a symbolic link")) << linked.output;
+    EXPECT_EQ(std::distance(fs::directory_iterator(victim.path()), {}), 1);
+
+    // Our own run folder from an earlier run, with links planted where the log and a module's
+    // files go: they are replaced, never followed.
+    fs::remove(home / "tvtriage");
+    home.symlink("tvtriage/tvtriage.log", victim_log.string());
+    home.symlink("tvtriage/TV", victim.path().string());
+    Outcome planted = tvtriage("--modules TV");
+    EXPECT_EQ(planted.status, 0) << planted.output;
+    EXPECT_EQ(test::read_text(victim_log), "untouched\n");
+    EXPECT_EQ(std::distance(fs::directory_iterator(victim.path()), {}), 1);
+    EXPECT_NE(test::zip_member(archive(), "TV/TV.log").find("Getting"), std::string::npos);
+
+    if (::geteuid() != 0) GTEST_SKIP() << "handing the folder to another user needs root";
+    ASSERT_EQ(::chown((home / "tvtriage").c_str(), 65534, 65534), 0);
+    Outcome foreign = tvtriage("--modules TV");
+    EXPECT_EQ(foreign.status, 1);
+    EXPECT_TRUE(said(foreign, "belongs to another user")) << foreign.output;
 }
 
 TEST_F(CommandTest, ARunningProgramIsSampledThroughItsLink) {
     home.mkdir("Desktop");
     auto program = home.mkdir("dir with blanks") / "my sleep";
-    std::filesystem::copy_file("/bin/sleep", program);
+    fs::copy_file("/bin/sleep", program);
     std::string link = home.symlink("link to sleep", program.string()).string();
     test::SpawnedChild sleeper(link, {link, "60"});
     ASSERT_GT(sleeper.pid(), 0);
 
     Outcome outcome = tvtriage("--modules Processes");
     EXPECT_EQ(outcome.status, 0) << outcome.output;
-    auto samples = plist::parse(unzip("Samples/Samples.plist"));
+    EXPECT_TRUE(said(outcome, "Archive: " + archive().string())) << outcome.output;
+    auto samples = plist::parse(test::zip_member(archive(), "Samples/Samples.plist"));
     ASSERT_TRUE(samples && samples->as_dict());
     const plist::Value* entry = samples->find(link);
     ASSERT_TRUE(entry) << "the link is listed under its own path";
@@ -130,8 +159,8 @@ TEST_F(CommandTest, ARunningProgramIsSampledThroughItsLink) {
     const std::string md5 = *entry->find("md5")->as_string();
     std::string independent = test::shell_output("md5sum '" + program.string() + "'");
     EXPECT_EQ(independent.substr(0, 32), md5);
-    std::string copy = unzip("Samples/" + md5);
-    EXPECT_EQ(copy.size(), std::filesystem::file_size(program));
+    std::string copy = test::zip_member(archive(), "Samples/" + md5);
+    EXPECT_EQ(copy.size(), fs::file_size(program));
 }
 
 }  // namespace

@@ -6,13 +6,16 @@
 #include <cstdio>
 
 #include "libs/sys/Log.h"
+#include "libs/sys/UniqueFd.h"
 
 namespace test {
 
 CapturedLog::CapturedLog() {
     std::fflush(stderr);
     saved_fd_ = ::dup(STDERR_FILENO);
-    sys::redirect_log(dir_ / "captured.log");
+    sys::UniqueFd log(
+        ::open((dir_ / "captured.log").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+    sys::redirect_log(log.get());
 }
 
 CapturedLog::~CapturedLog() {

@@ -1,13 +1,22 @@
 #include "support/FakeMachine.h"
 
+#include <algorithm>
 #include <cstring>
+
+#include "libs/sys/Exception.h"
+#include "platform/KernelProcessRecord.h"
 
 namespace test {
 
 std::string FakeProgramRunner::run(const std::string& program,
                                    const std::vector<std::string>& arguments,
-                                   const std::filesystem::path& working_directory) {
+                                   const std::filesystem::path& working_directory,
+                                   int* exit_status) {
     calls.push_back({program, arguments, working_directory});
+    if (std::find(missing.begin(), missing.end(), program) != missing.end()) {
+        throw sys::Exception("NSInvalidArgumentException", "launch path not accessible");
+    }
+    if (exit_status) *exit_status = statuses.contains(program) ? statuses.at(program) : 0;
     auto it = outputs.find(program);
     return it == outputs.end() ? std::string() : it->second;
 }
@@ -15,7 +24,7 @@ std::string FakeProgramRunner::run(const std::string& program,
 int FakeLiveSystem::query_process_table(std::vector<platform::ProcessRecord>* records,
                                         std::size_t* size) {
     if (!records) {
-        *size = processes.size() * 648;
+        *size = processes.size() * platform::kKernelProcessRecordSize;
         return 0;
     }
     int result = 0;
@@ -25,7 +34,7 @@ int FakeLiveSystem::query_process_table(std::vector<platform::ProcessRecord>* re
     }
     if (result == 0) {
         *records = processes;
-        *size = processes.size() * 648;
+        *size = processes.size() * platform::kKernelProcessRecordSize;
     }
     return result;
 }
@@ -64,11 +73,9 @@ std::string FakeLiveSystem::system_profile(const std::vector<std::string>& argum
 }
 
 sys::Machine fake_machine(const std::filesystem::path& root, std::shared_ptr<FakeLiveSystem> live,
-                          std::shared_ptr<sys::ProgramRunner> programs,
-                          const std::filesystem::path& temporary_directory) {
+                          std::shared_ptr<sys::ProgramRunner> programs) {
     if (!programs) programs = std::make_shared<sys::ProgramRunner>();
-    return sys::Machine(sys::FileSystem(root), std::move(live), std::move(programs),
-                        temporary_directory.empty() ? root : temporary_directory);
+    return sys::Machine(sys::FileSystem(root), std::move(live), std::move(programs));
 }
 
 std::vector<std::uint8_t> argument_area(std::int32_t argc, const std::string& exec_path,

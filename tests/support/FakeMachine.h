@@ -13,7 +13,8 @@
 
 namespace test {
 
-// Records every program run and answers with canned output per program path.
+// Records every program run and answers with canned output and status per program path; a
+// program named in missing cannot be started (throws as the real runner does).
 class FakeProgramRunner : public sys::ProgramRunner {
 public:
     struct Call {
@@ -23,10 +24,13 @@ public:
     };
 
     std::map<std::string, std::string> outputs;  // program -> standard output
+    std::map<std::string, int> statuses;         // program -> exit status (else 0)
+    std::vector<std::string> missing;
     std::vector<Call> calls;
 
     std::string run(const std::string& program, const std::vector<std::string>& arguments,
-                    const std::filesystem::path& working_directory = {}) override;
+                    const std::filesystem::path& working_directory = {},
+                    int* exit_status = nullptr) override;
 };
 
 // Live sources from plain data; every member can be set by a test.
@@ -56,8 +60,7 @@ public:
 // A machine over root with the given fakes (either may be null: no live sources / a real runner).
 sys::Machine fake_machine(const std::filesystem::path& root,
                           std::shared_ptr<FakeLiveSystem> live = nullptr,
-                          std::shared_ptr<sys::ProgramRunner> programs = nullptr,
-                          const std::filesystem::path& temporary_directory = {});
+                          std::shared_ptr<sys::ProgramRunner> programs = nullptr);
 
 // A KERN_PROCARGS2 buffer: argument count, executable path, padding NULs, arguments, environment.
 std::vector<std::uint8_t> argument_area(std::int32_t argc, const std::string& exec_path,

@@ -8,14 +8,15 @@ namespace test {
 
 ModuleRun run_module(modules::Module& module, const std::string& name) {
     ModuleRun run;
+    const sys::OutputPath folder = run.scratch->folder(name);
     {
         // The module points descriptor 2 at its own log; the capture puts it back afterwards.
         CapturedLog capture;
-        run.report = module.start(run.folder->path());
+        run.report = module.start(folder);
     }
-    run.plist_bytes = read_text(*run.folder / (name + ".plist"));
+    run.plist_bytes = read_text(folder.path() / (name + ".plist"));
     run.plist = plist::parse(run.plist_bytes);
-    run.log = read_text(*run.folder / (name + ".log"));
+    run.log = read_text(folder.path() / (name + ".log"));
     return run;
 }
 

@@ -9,18 +9,20 @@
 #include "libs/plist/Value.h"
 #include "libs/sys/Machine.h"
 #include "modules/Module.h"
-#include "support/TempDir.h"
+#include "support/ScratchOutput.h"
 
 namespace test {
 
 struct ModuleRun {
-    std::unique_ptr<TempDir> folder = std::make_unique<TempDir>();
+    std::unique_ptr<ScratchOutput> scratch = std::make_unique<ScratchOutput>();
     modules::ModuleReport report;
     std::optional<plist::Value> plist;  // empty when the file does not parse
     std::string plist_bytes;
     std::string log;
 
     bool logged(const std::string& text) const { return log.find(text) != std::string::npos; }
+    // The run's temporary directory (where files outside the run folder go).
+    const std::filesystem::path& temporary_directory() const { return scratch->dir().path(); }
 };
 
 ModuleRun run_module(modules::Module& module, const std::string& name);

@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 
 #include <chrono>
+#include <system_error>
 #include <thread>
 
 #include "support/TempDir.h"
@@ -33,9 +34,14 @@ SpawnedChild::SpawnedChild(const std::filesystem::path& program, std::vector<std
         pid_ = -1;
         return;
     }
+    // Without /proc (a Mac) there is nothing to watch, and nothing to wait for either: there
+    // posix_spawn returns only once the new image is in place.
+    std::string folder = "/proc/" + std::to_string(pid_);
+    std::error_code error;
+    if (!std::filesystem::is_directory(folder, error)) return;
     // Done when the kernel shows the new program's own first argument.
     std::string expected = arguments.empty() ? std::string() : arguments[0] + '\0';
-    std::string cmdline = "/proc/" + std::to_string(pid_) + "/cmdline";
+    std::string cmdline = folder + "/cmdline";
     for (int attempt = 0; attempt < 500; ++attempt) {
         if (read_text(cmdline).rfind(expected, 0) == 0 && !expected.empty()) return;
         std::this_thread::sleep_for(std::chrono::milliseconds(10));

@@ -4,7 +4,8 @@
 // paths into hashed copies, "Samples.plist" and the archive on the Desktop.
 //
 // Paths that name the examined machine (reported executables, configuration files) are read
-// through its FileSystem; module folders, the run folder and the archive are host paths.
+// through its FileSystem; module folders, the run folder and the archive are written through the
+// run's output (sys::RunOutput), never opened by path.
 // Nothing here returns an error code: failures are logged and give an empty value.
 #pragma once
 
@@ -21,6 +22,7 @@
 #include "libs/plist/Value.h"
 #include "libs/sys/FileSystem.h"
 #include "libs/sys/ProgramRunner.h"
+#include "libs/sys/RunOutput.h"
 #include "modules/Module.h"
 
 class Disk {
@@ -40,14 +42,14 @@ public:
     // ---- Output files and logs ----
 
     // Points the process's log at folder/file_name, appended. Silent.
-    static void redirectLog(const std::filesystem::path& folder, std::string_view file_name);
+    static void redirectLog(const sys::OutputPath& folder, std::string_view file_name);
     // The file's whole text, or "" (logging "<label> file does not exist!") when unreadable.
     static std::string getFile(const sys::FileSystem& files, std::string_view path,
                                std::string_view label);
     // Writes the dictionary as an XML property list, replacing the file. When the dictionary
     // cannot be written (it holds a null), its description text is written instead as a
     // one-string property list. Never throws; the outcome is only logged.
-    static void write_plist(const plist::Value& dictionary, const std::filesystem::path& file);
+    static void write_plist(const plist::Value& dictionary, const sys::OutputPath& file);
     // "<label> CRASHED" and the exception's five lines.
     static void log_error(const std::exception& error, std::string_view label);
     // The heading line as given, then the exception's name, reason, user information, call-stack
@@ -58,7 +60,7 @@ public:
     static std::optional<plist::Dictionary> sanitize_json_dict(const plist::Dictionary& dictionary);
     // Creates each named file empty in the folder, in order; a failure logs
     // "Error in creating file <path>." and the next file is tried.
-    static void create_empty_files(const std::filesystem::path& folder,
+    static void create_empty_files(const sys::OutputPath& folder,
                                    std::initializer_list<std::string_view> names);
 
     // The entry names of a folder of the examined machine; none, with the reason logged, when
@@ -86,15 +88,17 @@ public:
                                                   const std::vector<std::string>& paths);
     static SamplesDictionary get_samples_dictionary(const sys::FileSystem& files,
                                                     const Results& executables);
+    // Copies each readable file of 1 to kMaxSampleSize bytes into the folder under its MD5. The
+    // size is that of the descriptor the copy is made from, so links and growing files cannot
+    // smuggle in more than the limit.
     static void copy_samples(const sys::FileSystem& files, const SamplesDictionary& samples,
-                             const std::filesystem::path& samples_folder,
+                             const sys::OutputPath& samples_folder,
                              const std::optional<std::vector<std::string>>& ignore_list);
     static void write_samples_plist(const SamplesDictionary& samples, const SymlinkMap& symlinks,
-                                    const std::filesystem::path& samples_folder);
+                                    const sys::OutputPath& samples_folder);
     // Runs "/usr/bin/zip -r <archive> . -i *" in the run folder; an existing archive is updated.
-    static void zip_samples_to_desktop(sys::ProgramRunner& programs,
-                                       const std::filesystem::path& run_folder,
-                                       const std::filesystem::path& archive);
+    // Returns zip's exit status (nothing is logged); throws when zip cannot be started.
+    static int zip_samples_to_desktop(sys::ProgramRunner& programs, const sys::RunOutput& output);
     // Removes every entry of the run folder; the folder itself stays.
-    static void clean_up(const std::filesystem::path& run_folder);
+    static void clean_up(const sys::RunOutput& output);
 };

@@ -2,23 +2,23 @@
 #include "libs/Disk/Disk.h"
 #include "libs/sys/Log.h"
 
-void Disk::zip_samples_to_desktop(sys::ProgramRunner& programs,
-                                  const std::filesystem::path& run_folder,
-                                  const std::filesystem::path& archive) {
-    // Paths in the archive are relative to the run folder. Exit status and output tell nothing
-    // the archive itself does not; a program that cannot start throws to the driver's guard.
-    programs.run("/usr/bin/zip", {"-r", archive.string(), ".", "-i", "*"}, run_folder);
+int Disk::zip_samples_to_desktop(sys::ProgramRunner& programs, const sys::RunOutput& output) {
+    // Paths in the archive are relative to the run folder. The status goes back to whoever
+    // started the run, who tells the user whether the archive was written.
+    int status = -1;
+    programs.run("/usr/bin/zip", {"-r", output.archive().string(), ".", "-i", "*"},
+                 output.run_folder(), &status);
+    return status;
 }
 
-void Disk::clean_up(const std::filesystem::path& run_folder) {
-    const sys::FileSystem& host = sys::FileSystem::host();
+void Disk::clean_up(const sys::RunOutput& output) {
     // The folder itself stays: a later run creates its module folders in it again.
     for (const std::string& name :
-         host.list_directory(run_folder.string()).value_or(std::vector<std::string>{})) {
-        const std::string entry = (run_folder / name).string();
+         output.list(output.run_folder()).value_or(std::vector<std::string>{})) {
+        const std::filesystem::path entry = output.run_folder() / name;
         std::string error;
-        if (!host.remove_all(entry, &error)) {
-            sys::logf("\"{}\" couldn't be removed: {}", entry, error);
+        if (!output.remove_all(entry, &error)) {
+            sys::logf("\"{}\" couldn't be removed: {}", entry.string(), error);
         }
     }
 }

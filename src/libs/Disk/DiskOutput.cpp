@@ -14,22 +14,25 @@ constexpr std::string_view kNullRefusal =
     "'CFNull')";
 
 // One attempt at the XML form; the error text is empty on success.
-std::string try_write_xml(const plist::Value& value, const std::filesystem::path& file) {
-    // The writer would refuse a null only after truncating the file; checking first keeps the
-    // failed attempt from leaving anything behind, so the fallback starts a clean file.
+std::string try_write_xml(const plist::Value& value, const sys::OutputPath& file) {
+    // Checked before the file is opened, so that the failed attempt leaves nothing behind and the
+    // fallback starts a clean file.
     if (plist::contains_null(value)) return std::string(kNullRefusal);
+    const sys::UniqueFd fd = file.output().open_to_write(file.path());
+    if (!fd) return "The file could not be opened: " + file.string();
     std::string error;
-    if (plist::write_xml_file(value, file, &error)) return {};
-    return error.empty() ? std::string("The file could not be written.") : error;
+    if (plist::write_xml(value, fd.get(), &error)) return {};
+    return error;
 }
 
 }  // namespace
 
-void Disk::redirectLog(const std::filesystem::path& folder, std::string_view file_name) {
-    sys::redirect_log(folder / std::filesystem::path(file_name));
+void Disk::redirectLog(const sys::OutputPath& folder, std::string_view file_name) {
+    const sys::OutputPath file = folder / file_name;
+    sys::redirect_log(file.output().open_to_append(file.path()).get());
 }
 
-void Disk::write_plist(const plist::Value& dictionary, const std::filesystem::path& file) {
+void Disk::write_plist(const plist::Value& dictionary, const sys::OutputPath& file) {
     sys::logf("DISK - Writing final plist at path: {}", file.string());
     if (std::string error = try_write_xml(dictionary, file); !error.empty()) {
         sys::logf("ERROR - In writing final plist at path: {}", file.string());
@@ -46,12 +49,12 @@ void Disk::write_plist(const plist::Value& dictionary, const std::filesystem::pa
     sys::log_line("DISK - Finished writing final plist.");
 }
 
-void Disk::create_empty_files(const std::filesystem::path& folder,
+void Disk::create_empty_files(const sys::OutputPath& folder,
                               std::initializer_list<std::string_view> names) {
     for (std::string_view name : names) {
-        const std::string path = (folder / std::filesystem::path(name)).string();
-        if (!sys::FileSystem::host().create_file(path)) {
-            sys::logf("Error in creating file {}.", path);
+        const sys::OutputPath file = folder / name;
+        if (!file.output().open_to_write(file.path())) {
+            sys::logf("Error in creating file {}.", file.string());
         }
     }
 }

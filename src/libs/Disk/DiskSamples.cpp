@@ -1,7 +1,10 @@
 // Copying the reported files into the Samples folder, each named by its MD5.
+#include <sys/stat.h>
+
 #include <algorithm>
 
 #include "libs/Disk/Disk.h"
+#include "libs/sys/FdIo.h"
 #include "libs/sys/Log.h"
 
 std::optional<std::vector<std::string>> Disk::get_enabled_ignore_list(
@@ -21,26 +24,32 @@ std::optional<std::vector<std::string>> Disk::get_enabled_ignore_list(
 }
 
 void Disk::copy_samples(const sys::FileSystem& files, const SamplesDictionary& samples,
-                        const std::filesystem::path& samples_folder,
+                        const sys::OutputPath& samples_folder,
                         const std::optional<std::vector<std::string>>& ignore_list) {
-    const sys::FileSystem& host = sys::FileSystem::host();
+    const sys::RunOutput& output = samples_folder.output();
     for (const auto& [path, md5] : samples) {
         if (!files.is_readable_file(path)) continue;
         if (ignore_list && std::ranges::find(*ignore_list, path) != ignore_list->end()) continue;
 
-        // The item's own size, a final link not followed; an empty file has nothing to sample.
-        std::optional<sys::FileAttributes> attributes = files.attributes(path);
-        if (!attributes || attributes->size == 0) {
+        // The file is opened once, through every link, and its size taken from that descriptor:
+        // what is checked is what is copied.
+        const sys::UniqueFd source = files.open_regular(path);
+        struct stat st {};
+        if (!source || ::fstat(source.get(), &st) != 0 || st.st_size == 0) {
             sys::logf("Coult not get the size of file at path: {}", path);
             continue;
         }
-        if (attributes->size > kMaxSampleSize) continue;
+        if (static_cast<std::uint64_t>(st.st_size) > kMaxSampleSize) continue;
 
         // Copies are named by content, so an identical file reported twice is copied once.
-        const std::filesystem::path destination = samples_folder / md5;
-        if (host.is_readable_file(destination.string())) continue;
+        const std::filesystem::path destination = samples_folder.path() / md5;
+        if (output.is_file(destination)) continue;
 
         sys::logf("Copying file at path:{}", path);
-        files.copy_file_to(path, destination);  // a failed copy only leaves the sample out
+        const sys::UniqueFd copy = output.create_new(destination);
+        // A file that grew past the limit since its size was taken is left out, not cut short.
+        if (copy && !sys::copy_at_most(source.get(), copy.get(), kMaxSampleSize)) {
+            output.remove_all(destination);
+        }
     }
 }

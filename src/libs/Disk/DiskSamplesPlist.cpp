@@ -1,6 +1,5 @@
 // "Samples.plist": every reported path with its MD5, links listed under their own paths.
 #include <set>
-#include <system_error>
 
 #include "libs/Disk/Disk.h"
 #include "libs/plist/XmlWriter.h"
@@ -32,36 +31,27 @@ plist::Dictionary samples_plist_content(const Disk::SamplesDictionary& samples,
     return output;
 }
 
-// Readers of the folder never see a half-written file: the document goes to a temporary file
-// beside it and is renamed into place.
-bool write_atomically(const plist::Value& document, const std::filesystem::path& file) {
-    std::filesystem::path temporary = file;
-    temporary += ".tvtriage-tmp";
-    std::string error;
-    std::error_code ec;
-    if (plist::write_xml_file(document, temporary, &error)) {
-        std::filesystem::rename(temporary, file, ec);
-        if (!ec) return true;
-    }
-    std::filesystem::remove(temporary, ec);
-    return false;
+bool write_atomically(const plist::Value& document, const sys::OutputPath& file) {
+    return file.output().replace(file.path(), [&](int fd) {
+        std::string error;
+        return plist::write_xml(document, fd, &error);
+    });
 }
 
 }  // namespace
 
 void Disk::write_samples_plist(const SamplesDictionary& samples, const SymlinkMap& symlinks,
-                               const std::filesystem::path& samples_folder) {
+                               const sys::OutputPath& samples_folder) {
     sys::log_line("FORMATING DATA FOR WRITING IN SAMPLES-PLIST.");
-    const std::filesystem::path file = samples_folder / kSamplesPlistName;
+    const sys::OutputPath file = samples_folder / kSamplesPlistName;
     const plist::Value document(samples_plist_content(samples, symlinks));
 
-    const sys::FileSystem& host = sys::FileSystem::host();
-    if (host.is_readable_file(file.string())) {
+    if (file.output().is_file(file.path())) {
         sys::log_line("Samples.plist already created. Trying to overwrite data.");
         write_atomically(document, file);
         return;
     }
-    if (!host.create_file(file.string())) {
+    if (!file.output().open_to_write(file.path())) {
         sys::log_line("Error in creating Samples.plist");
         return;
     }

@@ -330,26 +330,16 @@ std::string to_xml(const Value& root) {
     return out;
 }
 
-bool write_xml_file(const Value& root, const std::filesystem::path& file, std::string* error) {
+bool write_xml(const Value& root, int fd, std::string* error) {
     if (contains_null(root)) {
         if (error) *error = "a null cannot be written to an XML property list";
         return false;
     }
-    const int fd = ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    if (fd < 0) {
-        if (error) *error = "cannot open " + file.string() + ": " + std::strerror(errno);
-        return false;
-    }
-    bool ok = false;
-    {
-        XmlWriter writer(fd);
-        writer.write_document(root);
-        ok = writer.flush();
-    }
-    const int write_errno = errno;
-    if (::close(fd) != 0) ok = false;
-    if (!ok && error) *error = "cannot write " + file.string() + ": " + std::strerror(write_errno);
-    return ok;
+    XmlWriter writer(fd);
+    writer.write_document(root);
+    if (writer.flush()) return true;
+    if (error) *error = std::string("The file could not be written: ") + std::strerror(errno);
+    return false;
 }
 
 }  // namespace plist

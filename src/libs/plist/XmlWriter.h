@@ -72,7 +72,8 @@ private:
 // The whole document as a string (small documents and tests).
 std::string to_xml(const Value& root);
 
-// Writes the document to the file, replacing it. Returns false and sets error on failure.
-bool write_xml_file(const Value& root, const std::filesystem::path& file, std::string* error);
+// Writes the document to an open file descriptor (not closed). Returns false and sets error when
+// the value holds a null (nothing is written then) or a write fails.
+bool write_xml(const Value& root, int fd, std::string* error);
 
 }  // namespace plist

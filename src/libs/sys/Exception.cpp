@@ -7,6 +7,8 @@
 #include <memory>
 #include <typeinfo>
 
+#include "libs/sys/ThrowStacks.h"
+
 namespace sys {
 namespace {
 
@@ -19,20 +21,26 @@ std::string demangle(const char* mangled) {
     return status == 0 && name ? std::string(name.get()) : std::string(mangled);
 }
 
-}  // namespace
-
-CallStack CallStack::capture() {
+CallStack symbolicate(std::vector<void*> return_addresses) {
     CallStack stack;
-    void* frames[kMaxFrames];
-    int count = ::backtrace(frames, kMaxFrames);
-    if (count <= 0) return stack;
-    stack.return_addresses.assign(frames, frames + count);
-    std::unique_ptr<char*, decltype(&std::free)> symbols(::backtrace_symbols(frames, count),
-                                                         &std::free);
+    stack.return_addresses = std::move(return_addresses);
+    const int count = static_cast<int>(stack.return_addresses.size());
+    if (count == 0) return stack;
+    std::unique_ptr<char*, decltype(&std::free)> symbols(
+        ::backtrace_symbols(stack.return_addresses.data(), count), &std::free);
     for (int i = 0; i < count; ++i) {
         stack.symbols.emplace_back(symbols ? symbols.get()[i] : "?");
     }
     return stack;
+}
+
+}  // namespace
+
+CallStack CallStack::capture() {
+    void* frames[kMaxFrames];
+    int count = ::backtrace(frames, kMaxFrames);
+    if (count <= 0) return {};
+    return symbolicate(std::vector<void*>(frames, frames + count));
 }
 
 Exception::Exception(std::string name, std::string reason, std::string user_info)
@@ -45,7 +53,10 @@ ExceptionReport report_of(const std::exception& e) {
     if (const auto* ours = dynamic_cast<const Exception*>(&e)) {
         return {ours->name(), ours->reason(), ours->user_info(), ours->call_stack()};
     }
-    return {demangle(typeid(e).name()), e.what(), "(null)", CallStack::capture()};
+    // The complete object is what was thrown, whichever of its bases `e` refers to.
+    std::vector<void*> thrown = thrown_stack(dynamic_cast<const void*>(&e), typeid(e));
+    CallStack stack = thrown.empty() ? CallStack::capture() : symbolicate(std::move(thrown));
+    return {demangle(typeid(e).name()), e.what(), "(null)", std::move(stack)};
 }
 
 }  // namespace sys

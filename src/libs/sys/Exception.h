@@ -1,6 +1,7 @@
 // Our exception: a name (the kind of failure, e.g. "NSInvalidArgumentException"), a reason, user
 // information and the call stack where it was raised. Crash reports log all five; a standard
-// exception is reported the same way, named after its type, with the stack where it was caught.
+// exception is reported the same way, named after its type, with the stack where it was thrown
+// (or, when that is not known, e.g. it was thrown on another thread, where it is reported).
 #pragma once
 
 #include <exception>

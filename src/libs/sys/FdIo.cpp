@@ -2,7 +2,10 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+
 #include <cerrno>
+#include <memory>
 
 namespace sys {
 
@@ -26,6 +29,26 @@ std::optional<std::string> read_all(int fd, std::size_t limit) {
         if (n == 0) return content;
         if (content.size() + static_cast<size_t>(n) > limit) return std::nullopt;
         content.append(chunk, static_cast<size_t>(n));
+    }
+}
+
+bool copy_at_most(int in, int out, std::uint64_t limit) {
+    constexpr std::size_t kChunk = 1 << 20;
+    std::unique_ptr<char[]> chunk(new char[kChunk]);
+    std::uint64_t copied = 0;
+    for (;;) {
+        // One byte beyond the limit is asked for, to tell a file of exactly the limit from more.
+        const std::size_t want =
+            static_cast<std::size_t>(std::min<std::uint64_t>(kChunk, limit - copied + 1));
+        ssize_t n = ::read(in, chunk.get(), want);
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0) return false;
+        if (n == 0) return true;
+        if (copied + static_cast<std::uint64_t>(n) > limit) return false;
+        if (!write_all(out, std::string_view(chunk.get(), static_cast<std::size_t>(n)))) {
+            return false;
+        }
+        copied += static_cast<std::uint64_t>(n);
     }
 }
 

@@ -17,8 +17,6 @@
 namespace sys {
 namespace {
 
-constexpr size_t kCopyChunk = 1 << 20;
-
 FileType type_of(mode_t mode) {
     if (S_ISREG(mode)) return FileType::Regular;
     if (S_ISDIR(mode)) return FileType::Directory;
@@ -34,11 +32,6 @@ struct DirCloser {
     void operator()(DIR* dir) const { ::closedir(dir); }
 };
 
-bool write_host_file(const std::filesystem::path& host, std::string_view contents) {
-    UniqueFd fd(::open(host.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
-    return fd && write_all(fd.get(), contents);
-}
-
 }  // namespace
 
 FileSystem::FileSystem(std::filesystem::path root)
@@ -53,6 +46,16 @@ bool FileSystem::exists(std::string_view path) const {
     auto host = host_path(path);
     struct stat st {};
     return host && ::stat(host->c_str(), &st) == 0;
+}
+
+std::string FileSystem::system_path(std::string_view path) const {
+    if (exists(path)) return std::string(path);
+    for (std::string_view prefix : {"/private/etc/", "/private/var/"}) {
+        if (!path.starts_with(prefix)) continue;
+        const std::string_view plain = path.substr(std::string_view("/private").size());
+        if (exists(plain)) return std::string(plain);
+    }
+    return std::string(path);
 }
 
 bool FileSystem::is_directory(std::string_view path) const {
@@ -141,60 +144,6 @@ std::optional<plist::Array> FileSystem::read_plist_array(std::string_view path) 
     auto value = read_plist(path);
     if (!value || !value->as_array()) return std::nullopt;
     return std::move(*value->as_array());
-}
-
-bool FileSystem::copy_file_to(std::string_view path,
-                              const std::filesystem::path& host_destination) const {
-    UniqueFd in = open_regular(path);
-    struct stat st {};
-    if (!in || ::fstat(in.get(), &st) != 0) return false;
-    UniqueFd out(::open(host_destination.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
-                        st.st_mode & 0777));
-    if (!out) return false;
-    std::unique_ptr<char[]> chunk(new char[kCopyChunk]);
-    for (;;) {
-        ssize_t n = ::read(in.get(), chunk.get(), kCopyChunk);
-        if (n < 0 && errno == EINTR) continue;
-        if (n < 0 || (n > 0 && !write_all(out.get(),
-                                          std::string_view(chunk.get(), static_cast<size_t>(n))))) {
-            out.reset();
-            ::unlink(host_destination.c_str());
-            return false;
-        }
-        if (n == 0) return true;
-    }
-}
-
-bool FileSystem::create_file(std::string_view path, std::string_view contents) const {
-    auto host = host_path(path);
-    return host && write_host_file(*host, contents);
-}
-
-bool FileSystem::create_directory(std::string_view path) const {
-    auto host = host_path(path);
-    return host && ::mkdir(host->c_str(), 0755) == 0;
-}
-
-bool FileSystem::write_file_atomically(std::string_view path, std::string_view contents) const {
-    auto host = host_path(path);
-    if (!host) return false;
-    std::filesystem::path temporary = *host;
-    temporary += ".tvtriage-tmp";
-    if (!write_host_file(temporary, contents)) return false;
-    if (::rename(temporary.c_str(), host->c_str()) != 0) {
-        ::unlink(temporary.c_str());
-        return false;
-    }
-    return true;
-}
-
-bool FileSystem::remove_all(std::string_view path, std::string* error) const {
-    auto host = host_path(path, /*follow_final_link=*/false);
-    if (!host) return false;
-    std::error_code ec;
-    std::filesystem::remove_all(*host, ec);
-    if (ec && error) *error = ec.message();
-    return !ec;
 }
 
 }  // namespace sys

@@ -1,7 +1,8 @@
 // Root-relative file access: the one way every module reads the examined machine. Paths are
 // absolute paths as they are on that machine; they are resolved under the root (a mounted volume
 // or a fixture tree), symbolic links are followed with a bound and never out of the root, and
-// paths in reports stay as given. The same class with root "/" serves the host's own output tree.
+// paths in reports stay as given. It only ever reads: the examined machine is evidence, and the
+// run's own output goes through sys::RunOutput.
 //
 // Failures never throw: a missing, unreadable or unsuitable file gives false or an empty optional.
 // Only regular files are read or opened, so a FIFO, a device or a socket never blocks a run.
@@ -33,7 +34,7 @@ public:
 
     explicit FileSystem(std::filesystem::path root = "/");
 
-    // The host's own file tree, for the output side (run folder, module folders, archive).
+    // The running system's own files, for the live sources and the program's own configuration.
     static const FileSystem& host();
 
     const std::filesystem::path& root() const { return root_; }
@@ -47,6 +48,11 @@ public:
 
     // Something (file, directory, ...) is there, following links.
     bool exists(std::string_view path) const;
+    // Where a fixed system file is read from: the path itself when something is there; else, for
+    // a path under "/private/etc" or "/private/var", the same path under "/etc" or "/var" when
+    // something is there (on a Mac they are the same files, elsewhere only the short form
+    // exists); else the path as given.
+    std::string system_path(std::string_view path) const;
     bool is_directory(std::string_view path) const;
     // A regular file that this process may read.
     bool is_readable_file(std::string_view path) const;
@@ -64,15 +70,6 @@ public:
     std::optional<plist::Array> read_plist_array(std::string_view path) const;
     // A regular file opened for reading; an empty descriptor for anything else.
     UniqueFd open_regular(std::string_view path) const;
-
-    // Copies a regular file to a host path that must not exist yet; the mode bits come along.
-    bool copy_file_to(std::string_view path, const std::filesystem::path& host_destination) const;
-
-    // Output side: these act on host_path(path).
-    bool create_file(std::string_view path, std::string_view contents = {}) const;
-    bool create_directory(std::string_view path) const;  // parent must exist
-    bool write_file_atomically(std::string_view path, std::string_view contents) const;
-    bool remove_all(std::string_view path, std::string* error = nullptr) const;
 
 private:
     std::filesystem::path root_;

@@ -17,8 +17,8 @@ void logf(fmt::format_string<Args...> format, Args&&... args) {
     log_line(fmt::format(format, std::forward<Args>(args)...));
 }
 
-// Re-opens descriptor 2 in append mode on the file (created when missing). Nothing is checked
-// and nothing is logged: on failure the log stays where it was.
-void redirect_log(const std::filesystem::path& file);
+// Points descriptor 2 at an open file (the caller keeps and closes fd; descriptor 2 gets a copy).
+// A negative fd leaves the log where it was.
+void redirect_log(int fd);
 
 }  // namespace sys

@@ -16,24 +16,20 @@ class Machine {
 public:
     // live may be null: the examined tree is then not the running system.
     Machine(FileSystem files, std::shared_ptr<platform::LiveSystem> live,
-            std::shared_ptr<ProgramRunner> programs, std::filesystem::path temporary_directory);
+            std::shared_ptr<ProgramRunner> programs);
 
     // The running system under root "/" with this platform's live sources; any other root is
     // examined offline, without live sources.
-    static Machine local(const std::filesystem::path& root,
-                         const std::filesystem::path& temporary_directory);
+    static Machine local(const std::filesystem::path& root);
 
     const FileSystem& files() const { return files_; }
     platform::LiveSystem* live() const { return live_.get(); }
     ProgramRunner& programs() const { return *programs_; }
-    // The user's temporary directory on the host (where the run folder and "net.tmp" go).
-    const std::filesystem::path& temporary_directory() const { return temporary_directory_; }
 
 private:
     FileSystem files_;
     std::shared_ptr<ProgramRunner> programs_;  // before live_: the live sources may use it
     std::shared_ptr<platform::LiveSystem> live_;
-    std::filesystem::path temporary_directory_;
 };
 
 }  // namespace sys

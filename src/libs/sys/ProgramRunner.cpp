@@ -9,6 +9,7 @@
 
 #include "libs/sys/Exception.h"
 #include "libs/sys/FdIo.h"
+#include "libs/sys/Log.h"
 #include "libs/sys/UniqueFd.h"
 
 extern char** environ;
@@ -35,7 +36,7 @@ private:
 
 std::string ProgramRunner::run(const std::string& program,
                                const std::vector<std::string>& arguments,
-                               const std::filesystem::path& working_directory) {
+                               const std::filesystem::path& working_directory, int* exit_status) {
     bool by_path = program.find('/') != std::string::npos;
     if (by_path && ::access(program.c_str(), X_OK) != 0) launch_failed(program);
 
@@ -71,7 +72,20 @@ std::string ProgramRunner::run(const std::string& program,
     int status = 0;
     while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
     }
+    if (exit_status) {
+        *exit_status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    }
     return output;
+}
+
+std::optional<std::string> run_if_startable(ProgramRunner& programs, const std::string& program,
+                                            const std::vector<std::string>& arguments) {
+    try {
+        return programs.run(program, arguments);
+    } catch (const Exception& error) {
+        logf("Could not start {}: {}", program, error.reason());
+        return std::nullopt;
+    }
 }
 
 }  // namespace sys

@@ -13,13 +13,14 @@ constexpr std::string_view kAnchorsFolder = "/private/etc/pf.anchors";
 plist::Dictionary Net::getAnchors() {
     sys::log_line("Getting pf.anchors...");
     const sys::FileSystem& files = machine_.files();
-    const auto names = Disk::list_folder(files, kAnchorsFolder, [](std::string_view) {
-        sys::logf("contentsOfDirectoryAtPath failed for {}!", kAnchorsFolder);
+    const std::string folder = files.system_path(kAnchorsFolder);
+    const auto names = Disk::list_folder(files, folder, [&](std::string_view) {
+        sys::logf("contentsOfDirectoryAtPath failed for {}!", folder);
     });
     if (!names) return {};
     plist::Dictionary anchors;
     for (const std::string& name : *names) {
-        anchors[name] = Disk::getFile(files, std::string(kAnchorsFolder) + "/" + name, name);
+        anchors[name] = Disk::getFile(files, folder + "/" + name, name);
     }
     return anchors;
 }

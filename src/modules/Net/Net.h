@@ -3,7 +3,8 @@
 // texts), "pf.anchors" (file name -> text) and "Network" (the profiler's network sections).
 // Every source fails soft into an empty value of its kind. The report is always empty.
 //
-// The configuration files are read under the examined machine's root. The open-files lister and
+// The configuration files are read under the examined machine's root, from "/etc" and "/var"
+// where the "/private" forms do not exist (Linux). The open-files lister and
 // the profiler are live sources: without them the module says so once in its log and leaves
 // "lsof" and "Network" empty.
 #pragma once
@@ -20,20 +21,21 @@ class Net : public Module {
 public:
     explicit Net(const sys::Machine& machine);
 
-    ModuleReport start(const std::filesystem::path& module_folder) override;
+    ModuleReport start(const sys::OutputPath& module_folder) override;
 
-    // Process id text -> {"command", "net": [{"type", "name"}, ...]}; empty without live sources
-    // or when the lister's output is not UTF-8 text. A lister that cannot be started throws, as
-    // launching a missing program does.
+    // Process id text -> {"command", "net": [{"type", "name"}, ...]}; empty without live sources,
+    // when the lister cannot be started or when its output is not UTF-8 text.
     plist::Dictionary lsofInfo();
     // Anchor file name -> its text, for every entry of the anchors folder.
     plist::Dictionary getAnchors();
     // The profiler's array for the network data types, passed through "net.tmp" in the
-    // temporary directory (left there); empty when unusable or without live sources.
+    // temporary directory (left there); empty when unusable or without live sources. Called from
+    // start(), which names the run's output.
     plist::Array getNetworkInfo();
 
 private:
     const sys::Machine& machine_;
+    const sys::RunOutput* output_ = nullptr;
 };
 
 }  // namespace modules

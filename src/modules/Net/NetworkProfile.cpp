@@ -1,10 +1,12 @@
 // The system profiler's network sections.
+#include "libs/plist/Reader.h"
 #include "libs/sys/Log.h"
 #include "modules/Net/Net.h"
 
 namespace modules {
 namespace {
 
+constexpr std::string_view kTemporaryFileName = "net.tmp";
 const std::vector<std::string> kNetworkProfileArguments = {"SPNetworkDataType",
                                                            "SPFirewallDataType",
                                                            "SPNetworkLocationDataType",
@@ -26,20 +28,21 @@ plist::Array Net::getNetworkInfo() {
 
     // The output goes through a file of the host's temporary directory, which stays behind as a
     // copy of what the profiler printed.
-    const std::string temporary = (machine_.temporary_directory() / "net.tmp").string();
-    const sys::FileSystem& host = sys::FileSystem::host();
-    if (!host.write_file_atomically(temporary, output)) {
+    const std::optional<std::filesystem::path> temporary =
+        output_->write_temporary_file(kTemporaryFileName, output);
+    if (!temporary) {
         sys::log_line("writeToURL to tmp file failed!");
         return {};
     }
     sys::log_line("Output written to tmp file!");
-    std::optional<plist::Array> sections = host.read_plist_array(temporary);
-    if (!sections) {
-        sys::logf("Error at arrayWithContentsOfFile for {}!", temporary);
+    // What was written is what reading the file back would give.
+    std::optional<plist::Value> sections = plist::parse(output);
+    if (!sections || !sections->as_array()) {
+        sys::logf("Error at arrayWithContentsOfFile for {}!", temporary->string());
         return {};
     }
     sys::log_line("Output converted to array!");
-    return std::move(*sections);
+    return std::move(*sections->as_array());
 }
 
 }  // namespace modules

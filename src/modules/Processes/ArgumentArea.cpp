@@ -57,4 +57,15 @@ std::string command_line_from_argument_area(std::span<const std::uint8_t> area, 
     return command;
 }
 
+std::string executable_path_from_argument_area(std::span<const std::uint8_t> area) {
+    constexpr std::size_t kPathStart = sizeof(std::int32_t);
+    if (area.size() <= kPathStart) return {};
+    const auto begin = area.begin() + kPathStart;
+    const auto terminator = std::find(begin, area.end(), std::uint8_t{0});
+    if (terminator == area.end()) return {};
+    std::string path(begin, terminator);
+    if (!simdjson::validate_utf8(path.data(), path.size())) return {};
+    return path;
+}
+
 }  // namespace modules

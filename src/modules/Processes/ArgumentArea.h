@@ -14,4 +14,9 @@ namespace modules {
 // failure logs its reason with the pid.
 std::string command_line_from_argument_area(std::span<const std::uint8_t> area, std::int32_t pid);
 
+// The executable path the area carries after the argument count. Empty when the area ends before
+// the path's terminator (a cut-short path names some other file) or the path is not UTF-8 (it
+// would make the samples list unwritable).
+std::string executable_path_from_argument_area(std::span<const std::uint8_t> area);
+
 }  // namespace modules

@@ -8,13 +8,18 @@
 namespace modules {
 
 std::string Processes::get_command_for_pid(std::int32_t pid) {
+    return read_argument_area(pid).command;
+}
+
+Processes::ArgumentArea Processes::read_argument_area(std::int32_t pid) {
+    const ArgumentArea unreadable{"None", {}};
     platform::LiveSystem* live = machine_.live();
-    if (!live) return "None";
+    if (!live) return unreadable;
 
     int argument_max = 0;
     if (live->query_argument_max(&argument_max) != 0) {
         sys::logf("sysctl 3 failed for pid {}!!", pid);
-        return "None";
+        return unreadable;
     }
     // The whole maximum is asked for: a smaller buffer would get the tail of the area.
     bool allocated = argument_max > 0;
@@ -27,15 +32,16 @@ std::string Processes::get_command_for_pid(std::int32_t pid) {
     }
     if (!allocated) {
         sys::logf("malloc 2 failed for pid {}!!", pid);
-        return "None";
+        return unreadable;
     }
     std::size_t size = argument_buffer_.size();
     if (live->query_argument_area(pid, argument_buffer_, &size) != 0) {
         sys::logf("sysctl 4 failed for pid {}!!", pid);
-        return "None";
+        return unreadable;
     }
     size = std::min(size, argument_buffer_.size());
-    return command_line_from_argument_area(std::span(argument_buffer_.data(), size), pid);
+    const std::span<const std::uint8_t> area(argument_buffer_.data(), size);
+    return {command_line_from_argument_area(area, pid), executable_path_from_argument_area(area)};
 }
 
 }  // namespace modules

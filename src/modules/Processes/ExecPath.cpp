@@ -47,7 +47,8 @@ bool Processes::names_existing_entry(const std::string& path) const {
     return !path.empty() && machine_.files().exists(path);
 }
 
-std::optional<std::string> Processes::get_exec_path(const std::string& command_line) const {
+std::optional<std::string> Processes::get_exec_path(const std::string& command_line,
+                                                    const std::string& header_path) const {
     const std::vector<std::string_view> pieces = split_at_blanks(command_line);
     std::string candidate;
     if (pieces.front().starts_with('"')) {
@@ -66,8 +67,9 @@ std::optional<std::string> Processes::get_exec_path(const std::string& command_l
             if (names_existing_entry(running)) candidate = running;
         }
     }
-    if (!names_existing_entry(candidate)) return std::nullopt;
-    return candidate;
+    if (names_existing_entry(candidate)) return candidate;
+    if (names_existing_entry(header_path)) return header_path;
+    return std::nullopt;
 }
 
 }  // namespace modules

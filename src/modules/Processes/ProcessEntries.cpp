@@ -72,10 +72,11 @@ Processes::Properties Processes::getProcessesProperties(
 
     for (const platform::ProcessRecord& record : records) {
         const std::string key = fmt::format("{}", record.pid);
-        const std::string command = get_command_for_pid(record.pid);
-        plist::Dictionary entry = process_entry(record, *live, command);
+        const ArgumentArea area = read_argument_area(record.pid);
+        plist::Dictionary entry = process_entry(record, *live, area.command);
 
-        const std::optional<std::string> executable = get_exec_path(command);
+        const std::optional<std::string> executable =
+            get_exec_path(area.command, area.executable_path);
         if (executable) properties.paths.push_back(*executable);
         sys::logf("pid: {} {}", key, executable ? *executable : "(null)");
         properties.plists[key] = std::move(entry);

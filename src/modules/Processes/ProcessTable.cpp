@@ -3,13 +3,14 @@
 
 #include "libs/sys/Log.h"
 #include "modules/Processes/Processes.h"
+#include "platform/KernelProcessRecord.h"
 
 namespace modules {
 namespace {
 
 constexpr int kMaxAttempts = 1000;
-// The size estimate counts bytes of kernel records (an LP64 kinfo_proc is 648 bytes).
-constexpr std::size_t kKernelRecordBytes = 648;
+// The size estimate counts bytes of kernel records.
+constexpr std::size_t kKernelRecordBytes = platform::kKernelProcessRecordSize;
 
 std::optional<std::vector<platform::ProcessRecord>> give_up(int attempts) {
     // Only the attempt numbered 999 says so: the rule is kept as it always was, although in

@@ -12,7 +12,7 @@ Processes::Processes(const sys::Machine& machine, Sleep sleep)
     if (!sleep_) sleep_ = [](std::chrono::seconds pause) { std::this_thread::sleep_for(pause); };
 }
 
-ModuleReport Processes::start(const std::filesystem::path& module_folder) {
+ModuleReport Processes::start(const sys::OutputPath& module_folder) {
     Disk::create_empty_files(module_folder, {"Processes.plist", "Processes.log"});
     Disk::redirectLog(module_folder, "Processes.log");
 

@@ -29,7 +29,7 @@ public:
 
     explicit Processes(const sys::Machine& machine, Sleep sleep = nullptr);
 
-    ModuleReport start(const std::filesystem::path& module_folder) override;
+    ModuleReport start(const sys::OutputPath& module_folder) override;
 
     // The whole kernel process table, read with the attempt rules of a sysctl caller (see the
     // .cpp). Sets *count to the number of records; on failure logs why, sets 0 and returns none.
@@ -48,9 +48,18 @@ public:
     // The executable file a command line starts, when something exists there on the examined
     // machine: a quoted first word, else the longest existing blank-joined prefix. A first word
     // that is a lone double quote throws std::out_of_range, on purpose (it ends the module).
-    std::optional<std::string> get_exec_path(const std::string& command_line) const;
+    // Most processes start with a bare or relative first word ("bash", "./x") or rewrite it
+    // ("sshd: user"); for them the executable path of the argument area's header stands in, when
+    // it exists.
+    std::optional<std::string> get_exec_path(const std::string& command_line,
+                                             const std::string& header_path = {}) const;
 
 private:
+    struct ArgumentArea {
+        std::string command;          // as get_command_for_pid gives it
+        std::string executable_path;  // from the header; empty when the area cannot be read
+    };
+    ArgumentArea read_argument_area(std::int32_t pid);
     plist::Dictionary process_entry(const platform::ProcessRecord& record,
                                     platform::LiveSystem& live, const std::string& command);
     bool names_existing_entry(const std::string& path) const;

@@ -2,16 +2,17 @@
 
 #include "libs/Disk/Disk.h"
 #include "libs/plist/Reader.h"
+#include "libs/sys/FdIo.h"
 #include "libs/sys/Log.h"
 
 namespace modules {
 
 SystemInfo::SystemInfo(const sys::Machine& machine) : machine_(machine) {}
 
-ModuleReport SystemInfo::start(const std::filesystem::path& module_folder) {
+ModuleReport SystemInfo::start(const sys::OutputPath& module_folder) {
     Disk::create_empty_files(module_folder, {"SystemInfo.plist", "SystemInfo.log"});
     Disk::redirectLog(module_folder, "SystemInfo.log");
-    const std::filesystem::path file = module_folder / "SystemInfo.plist";
+    const sys::OutputPath file = module_folder / "SystemInfo.plist";
 
     if (!machine_.live()) {
         sys::logf("{} is not the running system: the system profile is not collected.",
@@ -31,7 +32,7 @@ std::string SystemInfo::getSystemInfo() {
     return live ? live->system_profile({"-xml"}) : std::string();
 }
 
-void SystemInfo::write_profile(const std::string& profile, const std::filesystem::path& file) {
+void SystemInfo::write_profile(const std::string& profile, const sys::OutputPath& file) {
     std::string error;
     if (std::optional<plist::Value> parsed = plist::parse(profile, &error)) {
         Disk::write_plist(*parsed, file);
@@ -41,7 +42,7 @@ void SystemInfo::write_profile(const std::string& profile, const std::filesystem
     sys::log_line(error);
     sys::log_line("Writing the final plist. - from inside SysInfo module");
     // What the profiler printed is kept as it came, so that nothing of it is lost.
-    if (sys::FileSystem::host().write_file_atomically(file.string(), profile)) {
+    if (file.output().replace(file.path(), [&](int fd) { return sys::write_all(fd, profile); })) {
         sys::log_line("SystemInfo.plist done!");
     } else {
         sys::log_line("Error at writing SystemInfo.plist!");

@@ -18,13 +18,13 @@ class SystemInfo : public Module {
 public:
     explicit SystemInfo(const sys::Machine& machine);
 
-    ModuleReport start(const std::filesystem::path& module_folder) override;
+    ModuleReport start(const sys::OutputPath& module_folder) override;
 
     // Everything the profiler prints for every data type, as XML; "" without live sources.
     std::string getSystemInfo();
 
 private:
-    void write_profile(const std::string& profile, const std::filesystem::path& file);
+    void write_profile(const std::string& profile, const sys::OutputPath& file);
 
     const sys::Machine& machine_;
 };

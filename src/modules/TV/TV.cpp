@@ -12,7 +12,7 @@ constexpr std::string_view kInfoPlist = "/Library/Tervalon/SHLD/Shieldwell.app/C
 
 TV::TV(const sys::Machine& machine) : machine_(machine) {}
 
-ModuleReport TV::start(const std::filesystem::path& module_folder) {
+ModuleReport TV::start(const sys::OutputPath& module_folder) {
     Disk::create_empty_files(module_folder, {"TV.plist", "TV.log"});
     Disk::redirectLog(module_folder, "TV.log");
 

@@ -18,7 +18,7 @@ class TV : public Module {
 public:
     explicit TV(const sys::Machine& machine);
 
-    ModuleReport start(const std::filesystem::path& module_folder) override;
+    ModuleReport start(const sys::OutputPath& module_folder) override;
 
     // The text of "Plugins/update.txt" in the folder the engines link points to; "" when the
     // engines path is no link or the file cannot be read.

@@ -1,11 +1,10 @@
 #include "platform/darwin/DarwinLiveSystem.h"
 
+#include <stdlib.h>
 #include <sys/stat.h>
 #include <sys/types.h>
 
-#include <cstdlib>
-#include <cstring>
-
+#include "platform/KernelProcessRecord.h"
 #include "platform/PasswordDatabase.h"
 
 namespace platform {
@@ -17,11 +16,10 @@ std::unique_ptr<LiveSystem> make_live_system(sys::ProgramRunner& runner) {
 namespace darwin_host {
 
 std::optional<std::string> DarwinLiveSystem::terminal_name(std::int64_t device) {
+    // Only NODEV is negative; every other number was a 32-bit dev_t to begin with.
     if (device < 0) return std::nullopt;
-    // devname answers "??" rather than NULL for a number it has no node for.
-    const char* name = ::devname(static_cast<dev_t>(static_cast<std::uint32_t>(device)), S_IFCHR);
-    if (!name || std::strcmp(name, "??") == 0) return std::nullopt;
-    return std::string(name);
+    return terminal_name_from_devname(
+        ::devname(static_cast<dev_t>(static_cast<std::uint32_t>(device)), S_IFCHR));
 }
 
 std::optional<PasswordEntry> DarwinLiveSystem::user_by_uid(std::uint32_t uid) {
@@ -29,7 +27,8 @@ std::optional<PasswordEntry> DarwinLiveSystem::user_by_uid(std::uint32_t uid) {
 }
 
 std::string DarwinLiveSystem::system_profile(const std::vector<std::string>& arguments) {
-    return runner_.run("/usr/sbin/system_profiler", arguments);
+    // A profiler that cannot be started gives no output, which its callers treat as unusable.
+    return sys::run_if_startable(runner_, "/usr/sbin/system_profiler", arguments).value_or("");
 }
 
 Command DarwinLiveSystem::lsof_command() {

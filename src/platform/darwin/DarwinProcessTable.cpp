@@ -1,53 +1,47 @@
-// The kernel's process table and argument areas through sysctl.
-#include <sys/param.h>
+// The kernel's process table and argument areas through sysctl; the records are read by the
+// portable decoder.
 #include <sys/sysctl.h>
 #include <sys/types.h>
 
 #include <algorithm>
-#include <cstring>
+#include <cstddef>
+#include <cstdint>
+#include <span>
 
+#include "platform/KernelProcessRecord.h"
 #include "platform/darwin/DarwinLiveSystem.h"
 
 namespace platform::darwin_host {
-namespace {
 
-ProcessRecord record_of(const kinfo_proc& kernel) {
-    const extern_proc& proc = kernel.kp_proc;
-    const eproc& extra = kernel.kp_eproc;
-    ProcessRecord record;
-    record.start_seconds = proc.p_starttime.tv_sec;
-    record.start_microseconds = static_cast<std::int32_t>(proc.p_starttime.tv_usec);
-    record.flags = static_cast<std::uint32_t>(proc.p_flag);
-    record.state = static_cast<std::int8_t>(proc.p_stat);
-    record.pid = proc.p_pid;
-    record.priority = proc.p_priority;
-    // The kernel fills MAXCOMLEN bytes and may leave no terminator inside the field.
-    record.short_name.assign(proc.p_comm, ::strnlen(proc.p_comm, sizeof proc.p_comm));
-    record.effective_uid = extra.e_ucred.cr_uid;
-    record.parent_pid = extra.e_ppid;
-    record.process_group = extra.e_pgid;
-    // dev_t is signed here: only NODEV may become -1, a large major must stay positive.
-    record.terminal_device =
-        extra.e_tdev == NODEV ? -1
-                              : static_cast<std::int64_t>(static_cast<std::uint32_t>(extra.e_tdev));
-    return record;
-}
-
-}  // namespace
+// The portable decoder reads the LP64 layout at fixed offsets; this is where they are checked.
+static_assert(sizeof(kinfo_proc) == kKernelProcessRecordSize);
+namespace offset = kernel_record_offset;
+static_assert(offsetof(kinfo_proc, kp_proc.p_starttime.tv_sec) == offset::kStartSeconds);
+static_assert(offsetof(kinfo_proc, kp_proc.p_starttime.tv_usec) == offset::kStartMicroseconds);
+static_assert(offsetof(kinfo_proc, kp_proc.p_flag) == offset::kFlags);
+static_assert(offsetof(kinfo_proc, kp_proc.p_stat) == offset::kState);
+static_assert(offsetof(kinfo_proc, kp_proc.p_pid) == offset::kPid);
+static_assert(offsetof(kinfo_proc, kp_proc.p_priority) == offset::kPriority);
+static_assert(offsetof(kinfo_proc, kp_proc.p_comm) == offset::kShortName);
+static_assert(offsetof(kinfo_proc, kp_eproc.e_ucred.cr_uid) == offset::kEffectiveUid);
+static_assert(offsetof(kinfo_proc, kp_eproc.e_ppid) == offset::kParentPid);
+static_assert(offsetof(kinfo_proc, kp_eproc.e_pgid) == offset::kProcessGroup);
+static_assert(offsetof(kinfo_proc, kp_eproc.e_tdev) == offset::kTerminalDevice);
+static_assert(sizeof(kinfo_proc::kp_proc.p_comm) == 17 && sizeof(kinfo_proc::kp_eproc.e_tdev) == 4);
 
 int DarwinLiveSystem::query_process_table(std::vector<ProcessRecord>* records, std::size_t* size) {
     int name[4] = {CTL_KERN, KERN_PROC, KERN_PROC_ALL, 0};
     if (!records) return ::sysctl(name, 4, nullptr, size, nullptr, 0);
 
-    // At least one record, so that the kernel is never handed a null buffer (a size query).
-    std::vector<kinfo_proc> kernel_records(std::max<std::size_t>(1, *size / sizeof(kinfo_proc)));
-    *size = std::min(*size, kernel_records.size() * sizeof(kinfo_proc));
-    int result = ::sysctl(name, 4, kernel_records.data(), size, nullptr, 0);
+    // Whole records only, and at least one, so that the kernel is never handed a null buffer
+    // (which would make this a size query).
+    std::vector<std::uint8_t> buffer(std::max<std::size_t>(1, *size / kKernelProcessRecordSize) *
+                                     kKernelProcessRecordSize);
+    *size = buffer.size();
+    int result = ::sysctl(name, 4, buffer.data(), size, nullptr, 0);
     if (result != 0) return result;
-    std::size_t count = std::min(kernel_records.size(), *size / sizeof(kinfo_proc));
-    records->clear();
-    records->reserve(count);
-    for (std::size_t i = 0; i < count; ++i) records->push_back(record_of(kernel_records[i]));
+    *records = decode_kernel_process_table(
+        std::span<const std::uint8_t>(buffer).first(std::min(*size, buffer.size())));
     return result;
 }
 

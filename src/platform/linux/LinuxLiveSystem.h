@@ -9,13 +9,14 @@
 #include <string>
 #include <vector>
 
+#include "platform/KernelProcessRecord.h"
 #include "platform/LiveSystem.h"
 
 namespace platform::linux_host {
 
 // What one record takes on a Mac (LP64 struct kinfo_proc): sizes are reported in these units so
 // that a caller dividing bytes by a record size counts the same on both platforms.
-inline constexpr std::size_t kProcessRecordSize = 648;
+inline constexpr std::size_t kProcessRecordSize = kKernelProcessRecordSize;
 
 // Linux allows a quarter of the stack limit for arguments and environment, without bound when
 // the stack is unlimited; a Mac allows 1 MiB, and the caller allocates this much per process.

@@ -42,15 +42,14 @@ std::vector<std::int32_t> process_ids(const std::vector<std::string>& proc_entri
     return pids;
 }
 
-// Only the ELF identification is read; the executable of another user or of a kernel thread
-// cannot be opened, which leaves the flag clear.
+// Only the ELF identification is read. The executable of another user or of a kernel thread
+// cannot be opened: no bytes at all, which is_elf_64_bit answers with the host's word size.
 bool executable_is_64_bit(std::int32_t pid) {
     sys::UniqueFd executable = sys::FileSystem::host().open_regular(proc_file(pid, "exe"));
-    if (!executable) return false;
+    if (!executable) return is_elf_64_bit({});
     char header[kElfIdentBytes] = {};
     ssize_t n = ::read(executable.get(), header, sizeof header);
-    return n == static_cast<ssize_t>(sizeof header) &&
-           is_elf_64_bit(std::string_view(header, sizeof header));
+    return is_elf_64_bit(std::string_view(header, n > 0 ? static_cast<size_t>(n) : 0));
 }
 
 std::optional<ProcessRecord> read_process(std::int32_t pid, std::int64_t boot_wall_microseconds,

@@ -109,11 +109,12 @@ std::int8_t state_code(char letter) {
 }
 
 bool is_elf_64_bit(std::string_view header) {
-    return header.size() >= 5 &&
-           header.substr(0, 4) ==
+    constexpr std::size_t kClass = 4;
+    if (header.size() <= kClass) return sizeof(void*) == 8;
+    return header.substr(0, kClass) ==
                "\x7f"
                "ELF" &&
-           header[4] == 2;
+           header[kClass] == 2;
 }
 
 std::uint32_t process_flags(const StatFields& stat, const StatusFields& status, bool is_64_bit) {

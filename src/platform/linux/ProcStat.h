@@ -49,7 +49,8 @@ StatusFields parse_status(std::string_view text);
 std::int8_t state_code(char letter);
 
 // True when the bytes begin an ELF file of class 64; false for anything else (32-bit ELF, a
-// script, a short read).
+// script). Fewer bytes than the class needs mean the executable could not be read (a kernel
+// thread, another user's process): the host's word size is the likeliest answer then.
 bool is_elf_64_bit(std::string_view header);
 
 std::uint32_t process_flags(const StatFields& stat, const StatusFields& status, bool is_64_bit);

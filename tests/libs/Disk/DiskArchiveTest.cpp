@@ -5,7 +5,7 @@
 #include "libs/Disk/Disk.h"
 #include "support/Archive.h"
 #include "support/CapturedLog.h"
-#include "support/TempDir.h"
+#include "support/ScratchOutput.h"
 
 namespace {
 
@@ -20,43 +20,48 @@ Lines archived_files(const fs::path& archive) {
     return names;
 }
 
-TEST(DiskZipSamplesToDesktop, ArchivesTheRunFolderRelativeToItAndUpdatesALaterRun) {
-    test::TempDir run, home;
-    run.write("tvtriage.log", "driver log\n");
-    run.write("Samples/d41d8cd98f00b204e9800998ecf8427e", "");
-    const fs::path archive = home.mkdir("Desktop") / "tvtriage_results.zip";
+TEST(DiskZipSamplesToDesktop, ArchivesTheRunFolderUpdatesALaterRunAndReportsZipsStatus) {
+    test::ScratchOutput scratch;
+    const sys::RunOutput& output = scratch.output();
+    const fs::path run = output.run_folder();
+    scratch.dir().write("tvtriage/tvtriage.log", "driver log\n");
+    scratch.dir().write("tvtriage/Samples/d41d8cd98f00b204e9800998ecf8427e", "");
     sys::ProgramRunner programs;
     test::CapturedLog zip_output;
 
-    Disk::zip_samples_to_desktop(programs, run.path(), archive);
-    EXPECT_EQ(archived_files(archive),
+    EXPECT_EQ(Disk::zip_samples_to_desktop(programs, output), 0);
+    EXPECT_EQ(archived_files(output.archive()),
               (Lines{"Samples/d41d8cd98f00b204e9800998ecf8427e", "tvtriage.log"}));
-    EXPECT_EQ(test::zip_member(archive, "tvtriage.log"), "driver log\n");
+    EXPECT_EQ(test::zip_member(output.archive(), "tvtriage.log"), "driver log\n");
 
     // A second run in the same place adds to the archive rather than replacing it.
-    Disk::clean_up(run.path());
-    run.write("TV/TV.log", "tv");
-    Disk::zip_samples_to_desktop(programs, run.path(), archive);
-    EXPECT_EQ(archived_files(archive),
+    Disk::clean_up(output);
+    scratch.dir().write("tvtriage/TV/TV.log", "tv");
+    EXPECT_EQ(Disk::zip_samples_to_desktop(programs, output), 0);
+    EXPECT_EQ(archived_files(output.archive()),
               (Lines{"Samples/d41d8cd98f00b204e9800998ecf8427e", "TV/TV.log", "tvtriage.log"}));
-    EXPECT_EQ(test::zip_member(archive, "TV/TV.log"), "tv");
+
+    // A damaged archive already there: zip refuses it, and says so in its status.
+    scratch.dir().write("Desktop/tvtriage_results.zip", "PK\x03\x04 not really a zip");
+    EXPECT_NE(Disk::zip_samples_to_desktop(programs, output), 0);
 }
 
 TEST(DiskCleanUp, EmptiesTheRunFolderButKeepsItAndWhatLinksPointTo) {
-    test::TempDir run, elsewhere;
+    test::ScratchOutput scratch;
+    test::TempDir elsewhere;
     const auto kept = elsewhere.write("keep/me", "precious");
-    run.write("Autoruns/deep/er/file", "y");
-    run.write("tvtriage.log", "z");
-    run.symlink("link-to-outside", elsewhere.path().string() + "/keep");
+    scratch.dir().write("tvtriage/Autoruns/deep/er/file", "y");
+    scratch.dir().write("tvtriage/tvtriage.log", "z");
+    scratch.dir().symlink("tvtriage/link-to-outside", elsewhere.path().string() + "/keep");
+    scratch.dir().symlink("tvtriage/Autoruns/inner-link", elsewhere.path().string() + "/keep");
     test::CapturedLog log;
 
-    Disk::clean_up(run.path());
+    Disk::clean_up(scratch.output());
 
-    EXPECT_TRUE(fs::is_directory(run.path()));
-    EXPECT_TRUE(fs::is_empty(run.path()));
+    EXPECT_TRUE(fs::is_directory(scratch.output().run_folder()));
+    EXPECT_TRUE(fs::is_empty(scratch.output().run_folder()));
     EXPECT_EQ(test::read_text(kept), "precious");
     EXPECT_EQ(log.text(), "");
-    EXPECT_NO_THROW(Disk::clean_up(run / "missing"));
 }
 
 }  // namespace

@@ -16,33 +16,37 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-constexpr const char* kEmptyMd5 = "d41d8cd98f00b204e9800998ecf8427e";
-constexpr const char* kMd5OfA = "0cc175b9c0f1b6a831c399e269772661";
-constexpr const char* kMd5OfB = "92eb5ffee6ae2fec3ad71c777531578f";
-
-TEST(DiskGetFileMd5, MatchesAnIndependentDigestForEmptyAndMultiChunkFiles) {
+// Each distinct path is hashed once, on several threads, yet every occurrence keeps its slot and
+// its log lines, in the order given.
+TEST(DiskDigest, MatchesAnIndependentDigestInOrderWithDuplicates) {
     test::TempDir root;
     const sys::FileSystem files(root.path());
     root.write("empty", "");
+    root.write("a", "a");
     // Content that crosses every read-size boundary and is not all one byte value.
     std::string content((1 << 20) + 12345, '\0');
     for (std::size_t i = 0; i < content.size(); ++i)
         content[i] = static_cast<char>(i * 131 + i / 7);
-    const auto large = root.write("large", content);
-    const std::string independent = sys::ProgramRunner().run("md5sum", {large.string()});
+    const std::string big = root.write("large", content).string();
+    const std::string kLarge = sys::ProgramRunner().run("md5sum", {big}).substr(0, 32);
+    const std::string kEmpty = "d41d8cd98f00b204e9800998ecf8427e";
+    const std::string kA = "0cc175b9c0f1b6a831c399e269772661";
     test::CapturedLog log;
 
-    EXPECT_EQ(Disk::get_file_md5(files, "/empty"), kEmptyMd5);
-    EXPECT_EQ(Disk::get_file_md5(files, "/large"), independent.substr(0, 32));
-    EXPECT_EQ(test::log_messages(log.text()),
-              (Lines{"Generated md5 for file at: /empty", kEmptyMd5,
-                     "Generated md5 for file at: /large", independent.substr(0, 32)}));
+    EXPECT_EQ(Disk::get_md5_array(files, {"/a", "/missing", "/large", "/empty", "/a"}),
+              (Lines{kA, std::string(Disk::kMissingFileMd5), kLarge, kEmpty, kA}));
+    EXPECT_EQ(
+        test::log_messages(log.text()),
+        (Lines{"Generated md5 for file at: /a", kA, "ERROR GETTING FILE MD5 for:/missing",
+               "Generated md5 for file at: /large", kLarge, "Generated md5 for file at: /empty",
+               kEmpty, "Generated md5 for file at: /a", kA}));
+    EXPECT_EQ(Disk::get_file_md5(files, "/large"), kLarge);
 }
 
 // A hostile report can name a FIFO or a device: the call must come back instead of waiting for
 // a writer or reading an endless stream. The wait only turns a hang into a failure: a thread
 // stuck on such a file cannot be cancelled, so the binary stops there.
-TEST(DiskGetFileMd5, UnusablePathsGetThePlaceholderWithoutBlocking) {
+TEST(DiskDigest, UnusablePathsGetThePlaceholderWithoutBlocking) {
     test::TempDir root;
     root.mkdir("folder");
     root.symlink("dangling", "/nowhere");
@@ -66,29 +70,6 @@ TEST(DiskGetFileMd5, UnusablePathsGetThePlaceholderWithoutBlocking) {
     for (const auto& path : paths) expected_log.push_back("ERROR GETTING FILE MD5 for:" + path);
     EXPECT_EQ(hashing.get(), Lines(paths.size(), std::string(Disk::kMissingFileMd5)));
     EXPECT_EQ(test::log_messages(log.text()), expected_log);
-}
-
-TEST(DiskGetMd5Array, KeepsOrderAndDuplicatesAndTheSamplesDictionaryListsEachPathOnce) {
-    test::TempDir root;
-    const sys::FileSystem files(root.path());
-    root.write("bin/a", "a");
-    root.write("bin/b", "b");
-    test::CapturedLog log;
-
-    EXPECT_EQ(Disk::get_md5_array(files, {"/bin/b", "/bin/missing", "/bin/a", "/bin/b"}),
-              (Lines{kMd5OfB, std::string(Disk::kMissingFileMd5), kMd5OfA, kMd5OfB}));
-    EXPECT_EQ(test::log_messages(log.text()),
-              (Lines{"Generated md5 for file at: /bin/b", kMd5OfB,
-                     "ERROR GETTING FILE MD5 for:/bin/missing", "Generated md5 for file at: /bin/a",
-                     kMd5OfA, "Generated md5 for file at: /bin/b", kMd5OfB}));
-
-    EXPECT_EQ(Disk::get_samples_dictionary(files, {{"Autoruns", {"/bin/a", "/bin/missing"}},
-                                                   {"Processes", {"/bin/b", "/bin/a", "/bin/b"}},
-                                                   {"Net", {}}}),
-              (Disk::SamplesDictionary{{"/bin/a", kMd5OfA},
-                                       {"/bin/b", kMd5OfB},
-                                       {"/bin/missing", std::string(Disk::kMissingFileMd5)}}));
-    EXPECT_TRUE(Disk::get_samples_dictionary(files, {}).empty());
 }
 
 }  // namespace

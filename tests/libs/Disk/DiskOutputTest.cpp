@@ -6,27 +6,28 @@
 #include "libs/sys/Log.h"
 #include "support/CapturedLog.h"
 #include "support/LogMessages.h"
-#include "support/TempDir.h"
+#include "support/ScratchOutput.h"
 
 namespace {
 
 using Lines = std::vector<std::string>;
 
 TEST(DiskRedirectLog, SecondRedirectionAppendsToTheSameFile) {
-    test::TempDir folder;
+    test::ScratchOutput scratch;
+    const sys::OutputPath folder = scratch.folder("Net");
     test::CapturedLog restore_log_afterwards;
-    folder.write("Net.log", "from an earlier run\n");
+    scratch.dir().write("tvtriage/Net/Net.log", "from an earlier run\n");
 
-    Disk::redirectLog(folder.path(), "Net.log");
+    Disk::redirectLog(folder, "Net.log");
     sys::log_line("first");
-    Disk::redirectLog(folder.path(), "Other.log");
+    Disk::redirectLog(folder, "Other.log");
     sys::log_line("elsewhere");
-    Disk::redirectLog(folder.path(), "Net.log");
+    Disk::redirectLog(folder, "Net.log");
     sys::log_line("second");
 
-    EXPECT_EQ(test::log_messages(test::read_text(folder / "Net.log")),
+    EXPECT_EQ(test::log_messages(test::read_text(folder.path() / "Net.log")),
               (Lines{"from an earlier run", "first", "second"}));
-    EXPECT_EQ(test::log_messages(test::read_text(folder / "Other.log")), Lines{"elsewhere"});
+    EXPECT_EQ(test::log_messages(test::read_text(folder.path() / "Other.log")), Lines{"elsewhere"});
 }
 
 TEST(DiskGetFile, ReadsUtf8TextAndRefusesWhatIsNotText) {
@@ -46,18 +47,19 @@ TEST(DiskGetFile, ReadsUtf8TextAndRefusesWhatIsNotText) {
 }
 
 TEST(DiskWritePlist, WritesXmlOverAnOldFileOrTheDescriptionWhenThereIsANull) {
-    test::TempDir folder;
-    const auto file = folder.write("Net.plist", std::string(5000, 'x'));
+    test::ScratchOutput scratch;
+    const sys::OutputPath file = scratch.folder("Net") / "Net.plist";
+    scratch.dir().write("tvtriage/Net/Net.plist", std::string(5000, 'x'));
     const plist::Value plain(plist::Dictionary{{"lsof", plist::Array{"a", "b"}}, {"count", 3}});
     const plist::Value with_null(
         plist::Dictionary{{"Chrome", plist::Dictionary{{"homepage", plist::Null{}}}}});
     test::CapturedLog log;
 
     Disk::write_plist(plain, file);
-    EXPECT_EQ(plist::parse(test::read_text(file)), plain);
+    EXPECT_EQ(plist::parse(test::read_text(file.path())), plain);
 
     Disk::write_plist(with_null, file);
-    const std::string written = test::read_text(file);
+    const std::string written = test::read_text(file.path());
     EXPECT_EQ(written.rfind("<?xml", 0), 0u) << "the failed attempt must leave nothing before";
     EXPECT_EQ(plist::parse(written), plist::Value(plist::describe(with_null)));
     EXPECT_NE(written.find("\"&lt;null&gt;\""), std::string::npos) << written;
@@ -72,30 +74,30 @@ TEST(DiskWritePlist, WritesXmlOverAnOldFileOrTheDescriptionWhenThereIsANull) {
                      "Trying to write the dictionary as string.", finished}));
 }
 
-TEST(DiskWritePlist, UnwritableFileIsLoggedAndNeverThrows) {
-    test::TempDir folder;
-    const auto file = folder / "no-such-folder/Net.plist";
+TEST(DiskWritePlist, UnwritableFileIsLoggedWithBothAttempts) {
+    test::ScratchOutput scratch;
+    const sys::OutputPath file = scratch.run_folder() / "no-such-folder/Net.plist";
     test::CapturedLog log;
 
-    EXPECT_NO_THROW(Disk::write_plist(plist::Value(plist::Dictionary{{"a", "b"}}), file));
+    Disk::write_plist(plist::Value(plist::Dictionary{{"a", "b"}}), file);
 
     const auto messages = test::log_messages(log.text());
     ASSERT_EQ(messages.size(), 7u) << log.text();
     EXPECT_EQ(messages[1], "ERROR - In writing final plist at path: " + file.string());
     EXPECT_EQ(messages[4], "Writing as string failed.");
-    EXPECT_FALSE(std::filesystem::exists(file));
 }
 
 TEST(DiskCreateEmptyFiles, EmptiesExistingFilesAndGoesOnAfterAFailure) {
-    test::TempDir folder;
-    folder.write("Net.plist", "left over");
-    folder.mkdir("Net.log/blocked");  // a non-empty folder where the file should go
+    test::ScratchOutput scratch;
+    const sys::OutputPath folder = scratch.folder("Net");
+    scratch.dir().write("tvtriage/Net/Net.plist", "left over");
+    scratch.dir().mkdir("tvtriage/Net/Net.log/blocked");  // a folder where the file should go
     test::CapturedLog log;
 
-    Disk::create_empty_files(folder.path(), {"Net.plist", "Net.log", "Extra.txt"});
+    Disk::create_empty_files(folder, {"Net.plist", "Net.log", "Extra.txt"});
 
-    EXPECT_EQ(test::read_text(folder / "Net.plist"), "");
-    EXPECT_TRUE(std::filesystem::is_regular_file(folder / "Extra.txt"));
+    EXPECT_EQ(test::read_text(folder.path() / "Net.plist"), "");
+    EXPECT_TRUE(std::filesystem::is_regular_file(folder.path() / "Extra.txt"));
     EXPECT_EQ(test::log_messages(log.text()),
               Lines{"Error in creating file " + (folder / "Net.log").string() + "."});
 }

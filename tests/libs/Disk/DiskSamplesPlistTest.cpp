@@ -5,7 +5,7 @@
 #include "libs/sys/ProgramRunner.h"
 #include "support/CapturedLog.h"
 #include "support/LogMessages.h"
-#include "support/TempDir.h"
+#include "support/ScratchOutput.h"
 
 namespace {
 
@@ -23,13 +23,14 @@ const Disk::SymlinkMap kSymlinks{
 const std::string kFormatting = "FORMATING DATA FOR WRITING IN SAMPLES-PLIST.";
 
 TEST(DiskWriteSamplesPlist, LinksCarryTheirTargetsDataAndTargetsVanish) {
-    test::TempDir folder;
+    test::ScratchOutput scratch;
+    const sys::OutputPath folder = scratch.folder("Samples");
     test::CapturedLog log;
 
-    Disk::write_samples_plist(kSamples, kSymlinks, folder.path());
+    Disk::write_samples_plist(kSamples, kSymlinks, folder);
 
     const Dictionary link{{"md5", kTool}, {"RealPath", "/bin/tool"}};
-    EXPECT_EQ(plist::parse(test::read_text(folder / "Samples.plist")),
+    EXPECT_EQ(plist::parse(test::read_text(folder.path() / "Samples.plist")),
               plist::Value(Dictionary{{"/bin/plain", Dictionary{{"md5", kPlain}}},
                                       {"/bin/gone", Dictionary{{"md5", kMissing}}},
                                       {"/links/tool", link},
@@ -50,14 +51,15 @@ TEST(DiskWriteSamplesPlist, LinksCarryTheirTargetsDataAndTargetsVanish) {
 }
 
 TEST(DiskWriteSamplesPlist, AnExistingFileIsOverwrittenAndAMissingFolderLogged) {
-    test::TempDir folder;
-    folder.write("Samples.plist", "stale");
+    test::ScratchOutput scratch;
+    const sys::OutputPath folder = scratch.folder("Samples");
+    scratch.dir().write("tvtriage/Samples/Samples.plist", "stale");
     test::CapturedLog log;
 
-    Disk::write_samples_plist({{"/bin/a", kPlain}}, {}, folder.path());
+    Disk::write_samples_plist({{"/bin/a", kPlain}}, {}, folder);
     Disk::write_samples_plist(kSamples, {}, folder / "no-such-folder");
 
-    EXPECT_EQ(plist::parse(test::read_text(folder / "Samples.plist")),
+    EXPECT_EQ(plist::parse(test::read_text(folder.path() / "Samples.plist")),
               plist::Value(Dictionary{{"/bin/a", Dictionary{{"md5", kPlain}}}}));
     EXPECT_EQ(test::log_messages(log.text()),
               (Lines{kFormatting, "Samples.plist already created. Trying to overwrite data.",

@@ -5,21 +5,17 @@
 
 namespace {
 
-using plist::Array;
-using plist::Dictionary;
-
 TEST(DiskSanitizeJsonDict, NullsAtEveryDepthBecomeTextAndLeavesBecomeStrings) {
+    using plist::Array, plist::Dictionary;
     const plist::Null null;
-    const Dictionary json{
-        {"list", Array{null, 7, Array{null, true}}},
-        {"nested", Dictionary{{"deeper", Dictionary{{"gone", null}, {"ratio", 0.5}}}}},
-        {"text", "before <null> after"},
-        {"<null>", "key text"},
-        {"blob", plist::Data{0xde, 0xad}},
-    };
     test::CapturedLog log;
-
-    EXPECT_EQ(Disk::sanitize_json_dict(json),
+    EXPECT_EQ(Disk::sanitize_json_dict(Dictionary{
+                  {"list", Array{null, 7, Array{null, true}}},
+                  {"nested", Dictionary{{"deeper", Dictionary{{"gone", null}, {"ratio", 0.5}}}}},
+                  {"text", "before <null> after"},
+                  {"<null>", "key text"},
+                  {"blob", plist::Data{0xde, 0xad}},
+              }),
               (Dictionary{
                   {"list", Array{"null value", "7", Array{"null value", "1"}}},
                   {"nested",

@@ -5,11 +5,8 @@
 #include "libs/plist/Json.h"
 #include "libs/plist/Reader.h"
 
+namespace plist {
 namespace {
-
-using plist::Array;
-using plist::Dictionary;
-using plist::Value;
 
 TEST(Json, ConvertsEveryJsonType) {
     const char* text = R"({
@@ -22,28 +19,33 @@ TEST(Json, ConvertsEveryJsonType) {
                                       {"real", 1.0},
                                       {"exp", 2500.0},
                                       {"min", std::numeric_limits<long long>::min()},
-                                      {"big", plist::Integer{-1, true}},
+                                      {"big", Integer{-1, true}},
                                       {"t", true},
-                                      {"n", plist::Null{}},
+                                      {"n", Null{}},
                                       {"a", Array{1, Array{}, Dictionary{}}},
                                       {"o", Dictionary{{"k", "last"}}}};
     std::string error;
-    EXPECT_EQ(plist::parse_json(text, &error), expected) << error;
-    EXPECT_EQ(plist::parse_json("\xEF\xBB\xBF[\"x\"]"), Value(Array{"x"}));
+    EXPECT_EQ(parse_json(text, &error), expected) << error;
+    EXPECT_EQ(parse_json("\xEF\xBB\xBF[\"x\"]"), Value(Array{"x"}));
+    EXPECT_TRUE(parse_json(std::string(kMaxDepth, '[') + std::string(kMaxDepth, ']')));
 }
 
 TEST(Json, RefusesScalarsMalformedTextAndDeepNesting) {
-    for (const char* text : {"", "42", "null", "{\"a\":}", "[1,]", "{} []",
-                             "[123456789012345678901234567890]", "[\"\xff\"]"}) {
+    const std::string texts[] = {"",
+                                 "42",
+                                 "null",
+                                 "{\"a\":}",
+                                 "[1,]",
+                                 "{} []",
+                                 "[123456789012345678901234567890]",
+                                 "[\"\xff\"]",
+                                 std::string(kMaxDepth + 1, '[') + std::string(kMaxDepth + 1, ']')};
+    for (const std::string& text : texts) {
         std::string error;
-        EXPECT_FALSE(plist::parse_json(text, &error)) << text;
+        EXPECT_FALSE(parse_json(text, &error)) << text;
         EXPECT_TRUE(error.starts_with("JSON: ")) << text << " -> " << error;
     }
-    const auto nested = [](int levels) {
-        return std::string(levels, '[') + std::string(levels, ']');
-    };
-    EXPECT_TRUE(plist::parse_json(nested(plist::kMaxDepth)));
-    EXPECT_FALSE(plist::parse_json(nested(plist::kMaxDepth + 1)));
 }
 
 }  // namespace
+}  // namespace plist

@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 
 #include <regex>
@@ -7,6 +8,7 @@
 #include "libs/sys/Log.h"
 #include "libs/sys/MainQueue.h"
 #include "libs/sys/ProgramRunner.h"
+#include "libs/sys/UniqueFd.h"
 #include "support/CapturedLog.h"
 #include "support/TempDir.h"
 
@@ -41,9 +43,13 @@ TEST(Log, LinesAreStampedAndRedirectionAppends) {
     test::CapturedLog restore;
     test::TempDir dir;
     auto file = dir.write("module.log", "earlier run\n");
-    sys::redirect_log(file);
+    auto append = [&] {
+        sys::UniqueFd fd(::open(file.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
+        sys::redirect_log(fd.get());
+    };
+    append();
     sys::log_line("first");
-    sys::redirect_log(file);
+    append();
     sys::logf("second {}", 2);
     std::string text = test::read_text(file);
     EXPECT_EQ(text.rfind("earlier run\n", 0), 0u);

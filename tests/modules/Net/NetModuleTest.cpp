@@ -81,10 +81,9 @@ protected:
     }
 
     test::TempDir root;
-    test::TempDir temporary;
     std::shared_ptr<test::FakeLiveSystem> live = std::make_shared<test::FakeLiveSystem>();
     std::shared_ptr<test::FakeProgramRunner> programs = std::make_shared<test::FakeProgramRunner>();
-    sys::Machine machine = test::fake_machine(root.path(), live, programs, temporary.path());
+    sys::Machine machine = test::fake_machine(root.path(), live, programs);
 };
 
 TEST_F(NetModule, CollectsEverySource) {
@@ -108,7 +107,24 @@ TEST_F(NetModule, CollectsEverySource) {
     ASSERT_EQ(programs->calls.size(), 1u);
     EXPECT_EQ(programs->calls[0].arguments, (std::vector<std::string>{"-F", "cnt", "+c0"}));
     // What the profiler printed stays behind in the temporary directory.
-    EXPECT_EQ(test::read_text(temporary / "net.tmp"), live->profile);
+    EXPECT_EQ(test::read_text(net.temporary_directory() / "net.tmp"), live->profile);
+}
+
+TEST_F(NetModule, WithoutLsofAndPrivateFoldersTheRestIsStillCollected) {
+    // A Linux machine: no lsof, and the configuration in /etc rather than /private/etc.
+    programs->missing.push_back("/usr/sbin/lsof");
+    root.write("etc/hosts", "127.0.0.1 localhost\n");
+    root.write("etc/resolv.conf", "nameserver 10.0.0.1\n");
+    root.write("etc/pf.anchors/custom", "block all\n");
+    const test::ModuleRun net = run(machine);
+    const plist::Dictionary& report = *net.plist->as_dict();
+    EXPECT_EQ(report.size(), 6u);
+    EXPECT_EQ(report.at("lsof"), plist::Value(Dictionary{}));
+    EXPECT_EQ(report.at("hosts"), plist::Value("127.0.0.1 localhost\n"));
+    EXPECT_EQ(report.at("resolv.conf"), plist::Value("nameserver 10.0.0.1\n"));
+    EXPECT_EQ(report.at("pf.anchors"), plist::Value(Dictionary{{"custom", "block all\n"}}));
+    EXPECT_EQ(report.at("Network"), *plist::parse_xml(live->profile));
+    EXPECT_TRUE(net.logged("Could not start /usr/sbin/lsof: launch path not accessible"));
 }
 
 TEST_F(NetModule, EverySourceFailsSoftIntoAnEmptyValue) {
@@ -118,13 +134,12 @@ TEST_F(NetModule, EverySourceFailsSoftIntoAnEmptyValue) {
     EXPECT_EQ(*net.plist, nothing_but_hosts(""));
     EXPECT_TRUE(net.logged("lsof initWithData failed!"));
     EXPECT_TRUE(net.logged("Error at arrayWithContentsOfFile for " +
-                           (temporary / "net.tmp").string() + "!"));
+                           (net.temporary_directory() / "net.tmp").string() + "!"));
 }
 
 TEST_F(NetModule, WithoutLiveSourcesOnlyTheFilesAreRead) {
     root.write("private/etc/hosts", "::1 localhost\n");
-    const test::ModuleRun net =
-        run(test::fake_machine(root.path(), nullptr, programs, temporary.path()));
+    const test::ModuleRun net = run(test::fake_machine(root.path(), nullptr, programs));
     EXPECT_EQ(*net.plist, nothing_but_hosts("::1 localhost\n"));
     EXPECT_TRUE(programs->calls.empty());
     EXPECT_TRUE(net.logged("is not the running system"));

@@ -20,7 +20,7 @@ TEST(ProcessesLive, FindsItselfAndAChildStartedThroughALinkUnderBlanks) {
     test::SpawnedChild sleeper(link, {link, "30"});
     ASSERT_GT(sleeper.pid(), 0);
 
-    test::ModuleRun run = test::run_module("Processes", sys::Machine::local("/", tmp.path()));
+    test::ModuleRun run = test::run_module("Processes", sys::Machine::local("/"));
     ASSERT_TRUE(run.plist && run.plist->as_dict()) << run.plist_bytes.substr(0, 500);
 
     const plist::Value* self = run.plist->find(std::to_string(::getpid()));

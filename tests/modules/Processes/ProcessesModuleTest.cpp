@@ -22,6 +22,7 @@ TEST(ProcessesModule, EveryProcessGetsThirteenKeysOfTheirKinds) {
 
     test::TempDir root;
     root.write("usr/sbin/daemon d", "binary");
+    root.write("bin/bash", "binary");
     auto live = std::make_shared<test::FakeLiveSystem>();
     live->processes = {{.start_seconds = 1714554753,  // 2024-05-01 09:12:33 UTC
                         .start_microseconds = 47000,
@@ -35,16 +36,20 @@ TEST(ProcessesModule, EveryProcessGetsThirteenKeysOfTheirKinds) {
                         .process_group = 312,
                         .terminal_device = 0x10000002},
                        // No password entry, terminal or argument area; an unknown state; 32-bit.
-                       {.state = 9, .pid = 77, .short_name = "orphan", .effective_uid = 4711}};
+                       {.state = 9, .pid = 77, .short_name = "orphan", .effective_uid = 4711},
+                       {.pid = 90, .short_name = "bash"}};
     live->argument_areas[312] =
         test::argument_area(2, "/usr/sbin/daemon d", {"/usr/sbin/daemon d", "-f", "A=1"});
+    // A bare first word: only the executable path of the header finds the file.
+    live->argument_areas[90] = test::argument_area(3, "/bin/bash", {"bash", "-c", "x"});
     live->users[501] = {"alice", 20};
     live->terminals[0x10000002] = "ttys002";
     test::ModuleRun run = test::run_module("Processes", test::fake_machine(root.path(), live));
     saved_tz ? ::setenv("TZ", saved_tz->c_str(), 1) : ::unsetenv("TZ");
     ::tzset();
 
-    EXPECT_EQ(run.report, std::vector<std::string>{"/usr/sbin/daemon d"});
+    EXPECT_EQ(run.report, (std::vector<std::string>{"/usr/sbin/daemon d", "/bin/bash"}));
+    EXPECT_EQ(*run.plist->find("90")->find("command"), plist::Value("bash -c x"));
     ASSERT_TRUE(run.plist) << run.plist_bytes;
     EXPECT_EQ(*run.plist->find("312"),
               plist::Value(plist::Dictionary{{"process_name", "daemon d"},
@@ -70,9 +75,10 @@ TEST(ProcessesModule, EveryProcessGetsThirteenKeysOfTheirKinds) {
     EXPECT_EQ(*orphan->find("GID"), plist::Value(-1));
     EXPECT_EQ(*orphan->find("architecture"), plist::Value("32"));
     EXPECT_EQ(*orphan->find("start_time"), plist::Value("1970-01-01 00:00:00.000"));
-    EXPECT_TRUE(run.logged("getAllProcesses done! Number of processes: 2"));
+    EXPECT_TRUE(run.logged("getAllProcesses done! Number of processes: 3"));
     EXPECT_TRUE(run.logged("sysctl 4 failed for pid 77!!"));
     EXPECT_TRUE(run.logged("pid: 77 (null)\n"));
+    EXPECT_TRUE(run.logged("pid: 90 /bin/bash\n"));
 }
 
 TEST(ProcessesModule, WithoutLiveSourcesTheReportIsEmptyAndSaysWhy) {
@@ -93,7 +99,12 @@ TEST(ProcessesExecPath, FindsTheExecutableInACommandLine) {
     sys::Machine machine = test::fake_machine(root.path());
     modules::Processes processes(machine);
 
-    const std::pair<const char*, std::optional<std::string>> cases[] = {
+    root.write("bin/bash", "binary");
+    const struct {
+        const char* line;
+        std::optional<std::string> expected;
+        const char* header = "";  // the argument area's executable path
+    } cases[] = {
         // The longest existing prefix of an unquoted line wins.
         {"/Applications/My App.app/Contents/MacOS/My App -psn_0_1",
          "/Applications/My App.app/Contents/MacOS/My App"},
@@ -108,10 +119,15 @@ TEST(ProcessesExecPath, FindsTheExecutableInACommandLine) {
         {"\"/opt/x y/bin/tool", "/opt/x y/bin/too"},
         {"None", std::nullopt},  // an unreadable command line
         {"", std::nullopt},      // empty text must not stand for the root folder itself
+        // The header stands in only for a line that finds nothing, and only when it exists.
+        {"bash -c x", "/bin/bash", "/bin/bash"},
+        {"None", "/bin/bash", "/bin/bash"},
+        {"bash -c x", std::nullopt, "/bin/missing"},
+        {"/opt/x y/bin/tool -v", "/opt/x y/bin/tool", "/bin/bash"},
     };
-    for (const auto& [line, expected] : cases) {
+    for (const auto& [line, expected, header] : cases) {
         SCOPED_TRACE(line);
-        EXPECT_EQ(processes.get_exec_path(line), expected);
+        EXPECT_EQ(processes.get_exec_path(line, header), expected);
     }
     EXPECT_THROW(processes.get_exec_path("\" /opt/x y/bin/tool"), std::out_of_range);
     root.write("None", "");

@@ -2,9 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 
+#include "modules/Processes/ArgumentArea.h"
+#include "platform/linux/LinuxLiveSystem.h"
 #include "support/FakeMachine.h"
+#include "support/SpawnedChild.h"
+#include "support/TempDir.h"
 
 namespace platform::linux_host {
 namespace {
@@ -32,6 +37,25 @@ TEST(LinuxHostArgumentArea, UnusualCommandLines) {
     // An empty argument is still an argument.
     EXPECT_EQ(build_argument_area("prog\0\0"s, "/p", std::nullopt),
               test::argument_area(2, "/p", {"prog", ""}, 5));
+}
+
+// The kernel marks the executable link of a removed program " (deleted)"; the area carries the
+// path as the program was started from.
+TEST(LinuxHostArgumentArea, RemovedExecutableKeepsItsPlainPath) {
+    test::TempDir dir;
+    const std::filesystem::path program = dir.path() / "removed sleep";
+    std::filesystem::copy_file("/bin/sleep", program);
+    test::SpawnedChild child(program, {"sleep", "300"});
+    ASSERT_GT(child.pid(), 0);
+    const std::string started_from = std::filesystem::canonical(program).string();
+    std::filesystem::remove(program);
+
+    LinuxLiveSystem live;
+    std::vector<std::uint8_t> buffer(1 << 16);
+    size_t size = buffer.size();
+    ASSERT_EQ(live.query_argument_area(child.pid(), buffer, &size), 0);
+    buffer.resize(size);
+    EXPECT_EQ(modules::executable_path_from_argument_area(buffer), started_from);
 }
 
 }  // namespace
