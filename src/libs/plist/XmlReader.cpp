@@ -22,21 +22,35 @@ namespace {
 // that libplist then refuses), but never without bound.
 constexpr std::size_t kMaxElementDepth = kMaxDepth + 16;
 
-// Position just past the '>' that ends the tag opened at pos, honouring quoted attribute values,
-// or npos.
-std::size_t tag_end(std::string_view xml, std::size_t pos) {
+// Position just past the '>' that ends the tag opened at pos, or npos. With honour_quotes a '>'
+// inside a quoted attribute value does not end it.
+std::size_t tag_end(std::string_view xml, std::size_t pos, bool honour_quotes) {
     char quote = 0;
     for (std::size_t i = pos + 1; i < xml.size(); ++i) {
         const char c = xml[i];
         if (quote) {
             if (c == quote) quote = 0;
-        } else if (c == '"' || c == '\'') {
+        } else if (honour_quotes && (c == '"' || c == '\'')) {
             quote = c;
         } else if (c == '>') {
             return i + 1;
         }
     }
     return std::string_view::npos;
+}
+
+// Comments, character data and processing instructions end at their own markers, whatever
+// quotes they hold. Position just past the marker (npos when missing), or pos when none starts
+// at pos.
+std::size_t markup_end(std::string_view xml, std::size_t pos) {
+    for (const auto& [open, close] : {std::pair<std::string_view, std::string_view>{"<!--", "-->"},
+                                      {"<![CDATA[", "]]>"},
+                                      {"<?", "?>"}}) {
+        if (!xml.substr(pos).starts_with(open)) continue;
+        const std::size_t end = xml.find(close, pos + open.size());
+        return end == std::string_view::npos ? end : end + close.size();
+    }
+    return pos;
 }
 
 std::string_view tag_name(std::string_view tag) {
@@ -50,19 +64,19 @@ std::string_view tag_name(std::string_view tag) {
 
 // False when dictionaries and arrays nest deeper than kMaxDepth. The scan must never see less
 // nesting than libplist would recurse into, so a closing tag only counts when it matches the
-// innermost open element.
-bool nesting_within_bounds(std::string_view xml) {
+// innermost open element; and since a quote could hide tags from one reading of a tag and not
+// from the other, the caller scans both ways.
+bool nesting_within_bounds(std::string_view xml, bool honour_quotes) {
     std::vector<std::string_view> open;
     int containers = 0;
     std::size_t pos = 0;
     while ((pos = xml.find('<', pos)) != std::string_view::npos) {
-        if (xml.substr(pos).starts_with("<!--")) {
-            const std::size_t end = xml.find("-->", pos + 4);
-            if (end == std::string_view::npos) break;
-            pos = end + 3;
+        if (const std::size_t skipped = markup_end(xml, pos); skipped != pos) {
+            if (skipped == std::string_view::npos) break;
+            pos = skipped;
             continue;
         }
-        const std::size_t end = tag_end(xml, pos);
+        const std::size_t end = tag_end(xml, pos, honour_quotes);
         if (end == std::string_view::npos) break;
         const std::string_view tag = xml.substr(pos + 1, end - pos - 2);
         pos = end;
@@ -221,7 +235,7 @@ std::optional<Value> fail(std::string* error, std::string_view reason) {
 std::optional<Value> parse_xml(std::string_view bytes, std::string* error) {
     if (bytes.size() > kMaxInputBytes) return fail(error, "larger than 256 MiB");
     bytes = utf::strip_utf8_bom(bytes);
-    if (!nesting_within_bounds(bytes)) {
+    if (!nesting_within_bounds(bytes, true) || !nesting_within_bounds(bytes, false)) {
         return fail(error, "nested deeper than " + std::to_string(kMaxDepth));
     }
     // Handed over in place, without a terminating NUL: libplist 2.2 keeps to the given length,

@@ -241,7 +241,11 @@ void XmlWriter::write_real(double d) {
 }
 
 void XmlWriter::write_date(Date date) {
-    const CivilTime t = civil_time_utc(date);
+    // Readers refuse years outside 1 to 9999 (a five-digit or negative year makes the whole
+    // document unloadable), so a corrupt date in a collected file is held at the nearest end.
+    CivilTime t = civil_time_utc(date);
+    if (t.year < 1) t = CivilTime{1, 1, 1, 0, 0, 0};
+    if (t.year > 9999) t = CivilTime{9999, 12, 31, 23, 59, 59};
     char text[40];
     std::snprintf(text, sizeof text, "%04lld-%02d-%02dT%02d:%02d:%02dZ",
                   static_cast<long long>(t.year), t.month, t.day, t.hour, t.minute, t.second);

@@ -73,6 +73,10 @@ TEST(XmlReader, RefusesMalformedDocumentsAndNestingBeforeLibplistRecurses) {
         EXPECT_FALSE(parse_xml(nested(levels, open), &error));
         EXPECT_NE(error.find("nested deeper"), std::string::npos) << open << ": " << error;
     }
+    // A quote in character data, an instruction or an unclosed attribute once hid what followed.
+    for (const char* prefix : {"<string><![CDATA[']]></string>", "<?x '?>", "<dict a='>"}) {
+        EXPECT_FALSE(parse_xml(prefix + nested(300000, "<array>"), &error)) << prefix;
+    }
 }
 
 TEST(PlistParse, DetectsTheFormatFromTheBytes) {
