@@ -67,6 +67,7 @@ std::optional<std::filesystem::path> archive_path(const CommandOptions& options,
 // Registered names only, each once: anything else would make folders the driver never meant.
 std::optional<std::string> bad_module_selection(const std::vector<std::string>& selected,
                                                 const modules::Registry& registry) {
+    if (selected.empty()) return "--modules names no module (see --list-modules)";
     const std::vector<std::string> known = registry.names();
     std::set<std::string> seen;
     for (const std::string& name : selected) {

@@ -54,7 +54,7 @@ int main(int argc, char** argv) {
     }
     if (!root.empty()) options.root = absolute_option(root);
     if (!config.empty()) options.config = absolute_option(config);
-    if (!modules.empty()) options.modules = sys::split_skipping_empty(modules, ',');
+    if (app.count("--modules") > 0) options.modules = sys::split_skipping_empty(modules, ',');
     if (!output.empty()) options.output = absolute_option(output);
     if (!workdir.empty()) options.workdir = absolute_option(workdir);
     return run_command(options, terminal_fd);

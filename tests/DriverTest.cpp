@@ -1,10 +1,7 @@
 #include <gtest/gtest.h>
 
-#include <fstream>
-
 #include "libs/Disk/Disk.h"
 #include "libs/plist/Reader.h"
-#include "libs/sys/Log.h"
 #include "libs/sys/ProgramRunner.h"
 #include "support/Archive.h"
 #include "support/CapturedLog.h"
@@ -16,81 +13,68 @@ namespace {
 
 using plist::Dictionary;
 using plist::Value;
+using Names = std::vector<std::string>;
 
 Value enabled(Value flag) {
     return Dictionary{{"Enabled", std::move(flag)}};
 }
 
-// A module that reports fixed paths after writing its two files, as a real module does.
-class ReportingModule : public modules::Module {
-public:
-    explicit ReportingModule(std::vector<std::string> paths) : paths_(std::move(paths)) {}
-    modules::ModuleReport start(const sys::OutputPath& folder) override {
-        Disk::create_empty_files(folder, {"Reporting.plist", "Reporting.log"});
-        Disk::redirectLog(folder, "Reporting.log");
-        sys::log_line("reporting module ran");
-        return paths_;
-    }
+bool has(const std::string& text, const std::string& needle) {
+    return text.find(needle) != std::string::npos;
+}
 
-private:
-    std::vector<std::string> paths_;
+// Points the log at "<name>.log" in its folder, as a real module does, then runs the test's body.
+struct ScriptedModule : modules::Module {
+    ScriptedModule(std::string name, std::function<modules::ModuleReport()> body)
+        : log(std::move(name) + ".log"), body(std::move(body)) {}
+    modules::ModuleReport start(const sys::OutputPath& folder) override {
+        Disk::create_empty_files(folder, {log});
+        Disk::redirectLog(folder, log);
+        return body();
+    }
+    std::string log;
+    std::function<modules::ModuleReport()> body;
 };
 
-class ThrowingModule : public modules::Module {
-public:
-    modules::ModuleReport start(const sys::OutputPath& folder) override {
-        Disk::redirectLog(folder, "Throwing.log");
-        throw std::runtime_error("collector fell over");
-    }
-};
-
+// Every callback in order ("max 6", "+1", a status text, "done"), and how many came off the main
+// thread.
 struct Recorded {
-    int maximum = -1;
-    int increments = 0;
-    std::vector<std::string> statuses;
-    int done = 0;
+    Names calls;
     int calls_off_the_main_thread = 0;
 };
 
 class DriverTest : public ::testing::Test {
 protected:
-    std::string unzip(const std::string& member) { return test::zip_member(archive(), member); }
-    std::vector<std::string> archive_members() { return test::zip_members(archive()); }
-    std::filesystem::path archive() const { return scratch.output().archive(); }
-
-    Recorded run(Value config, std::optional<std::vector<std::string>> only = std::nullopt) {
+    void add_module(const std::string& name, std::function<modules::ModuleReport()> body) {
+        registry.add(name, [name, body](const sys::Machine&) {
+            return std::make_unique<ScriptedModule>(name, body);
+        });
+    }
+    Recorded run(Value config) {
         sys::Machine machine = test::fake_machine(root.path(), nullptr, programs);
-        RunSettings settings{std::move(config), std::move(only), &scratch.output(), &machine,
+        RunSettings settings{std::move(config), std::nullopt, &scratch.output(), &machine,
                              &registry};
-        Recorded recorded;
+        Recorded seen;
         sys::MainLoop loop;
         const std::thread::id main_thread = std::this_thread::get_id();
-        auto on_main = [&] {
-            recorded.calls_off_the_main_thread += main_thread != std::this_thread::get_id();
+        auto note = [&](std::string call) {
+            seen.calls.push_back(std::move(call));
+            seen.calls_off_the_main_thread += std::this_thread::get_id() != main_thread;
         };
-        Callbacks callbacks{
-            [&](int amount) {
-                on_main();
-                recorded.increments += amount;
-            },
-            [&](const std::string& text) {
-                on_main();
-                recorded.statuses.push_back(text);
-            },
-            [&](int maximum) {
-                on_main();
-                recorded.maximum = maximum;
-            },
-            [&] {
-                on_main();
-                ++recorded.done;
-                loop.stop();
-            },
-        };
+        Callbacks callbacks{[&](int amount) { note("+" + std::to_string(amount)); },
+                            [&](const std::string& text) { note(text); },
+                            [&](int maximum) { note("max " + std::to_string(maximum)); },
+                            [&] {
+                                note("done");
+                                loop.stop();
+                            }};
         std::thread job = tvtriage::start(settings, callbacks, loop, &summary);
         loop.run();
         job.join();
-        return recorded;
+        return seen;
+    }
+    std::string unzip(const std::string& member) {
+        return test::zip_member(scratch.output().archive(), member);
     }
 
     test::CapturedLog log;
@@ -107,113 +91,56 @@ TEST(DriverConfig, OnlyAnEnabledValueEqualToTheNumberOneCounts) {
         {"Two", enabled(2)},     {"Text", enabled("1")},     {"False", enabled(false)},
         {"Samples", enabled(1)}, {"NoKey", Dictionary{}},    {"NotADict", Value("x")},
     };
-    EXPECT_EQ(tvtriage::get_enabled_module(config),
-              (std::vector<std::string>{"Boolean", "Integer", "Real"}));
+    EXPECT_EQ(tvtriage::get_enabled_module(config), (Names{"Boolean", "Integer", "Real"}));
     EXPECT_TRUE(tvtriage::get_enabled_module(Value("not a dictionary")).empty());
 }
 
-TEST(DriverConfig, ModuleFoldersAreMadeAndExistingOnesKept) {
-    test::ScratchOutput scratch;
-    scratch.dir().write("tvtriage/A/left-over", "from an aborted run");
-    std::vector<std::string> names{"A", "B"};
-    const std::filesystem::path run_folder =
-        tvtriage::create_module_folders(names, scratch.output()).path();
-    EXPECT_EQ(run_folder, scratch.dir() / "tvtriage");
-    EXPECT_EQ(names, (std::vector<std::string>{"A", "B"}));
-    EXPECT_TRUE(std::filesystem::is_directory(run_folder / "B"));
-    EXPECT_TRUE(std::filesystem::is_directory(run_folder / "Samples"));
-    EXPECT_TRUE(std::filesystem::exists(run_folder / "A/left-over"));
-}
+// An unknown module, one that reports a link and a missing file, and one that throws.
+TEST_F(DriverTest, CrashesAreIsolatedAndTheReportedFilesAreHashedCopiedAndArchived) {
+    root.write("bin/tool", "#!/bin/sh\necho tool\n");
+    root.symlink("bin/tool-link", "/bin/tool");
+    scratch.dir().write("tvtriage/Reporting/left-over", "from an aborted run");
+    add_module("Reporting", [] { return Names{"/bin/tool-link", "/bin/missing"}; });
+    add_module("Throwing",
+               []() -> modules::ModuleReport { throw std::runtime_error("collector fell over"); });
+    Recorded recorded = run(Dictionary{{"Bogus", enabled(1)},
+                                       {"Reporting", enabled(1)},
+                                       {"Throwing", enabled(1)},
+                                       {"Disabled", enabled(0)},
+                                       {"Samples", enabled(1)}});
 
-TEST_F(DriverTest, NoModuleEnabledStillArchivesTheDriverLogAndAnEmptySamplesPlist) {
-    Recorded recorded = run(Dictionary{{"Processes", enabled(0)}});
-    EXPECT_EQ(recorded.maximum, 3);
-    EXPECT_EQ(recorded.increments, 3);
-    EXPECT_EQ(recorded.statuses,
-              (std::vector<std::string>{"Copying samples", "Zipping", "Clean up", "Done"}));
-    EXPECT_EQ(recorded.done, 1);
+    EXPECT_EQ(recorded.calls,
+              (Names{"max 6", "Bogus", "+1", "Reporting", "+1", "Throwing", "+1", "Copying samples",
+                     "+1", "Zipping", "+1", "Clean up", "+1", "Done", "done"}));
     EXPECT_EQ(recorded.calls_off_the_main_thread, 0);
-    EXPECT_EQ(summary.zip_status, 0);
+    EXPECT_EQ(std::tie(summary.modules_run, summary.modules_crashed, summary.zip_status),
+              std::make_tuple(3, 2, 0));
+    EXPECT_EQ(std::tie(summary.samples_listed, summary.samples_copied),
+              std::make_tuple(std::size_t{2}, std::size_t{1}));
 
-    std::string driver_log = unzip("tvtriage.log");
-    EXPECT_NE(driver_log.find("Starting tvtriage collecting process"), std::string::npos);
-    EXPECT_NE(driver_log.find("TVTriage Version: 1.0.8"), std::string::npos);
-    EXPECT_NE(driver_log.find("User running this is: " + current_user_name()), std::string::npos);
-    auto samples = plist::parse(unzip("Samples/Samples.plist"));
-    ASSERT_TRUE(samples);
-    ASSERT_TRUE(samples->as_dict());
-    EXPECT_TRUE(samples->as_dict()->empty());
-
-    // The run folder is emptied but stays.
-    auto run_folder = scratch.output().run_folder();
-    EXPECT_TRUE(std::filesystem::is_directory(run_folder));
-    EXPECT_TRUE(std::filesystem::is_empty(run_folder));
-}
-
-TEST_F(DriverTest, CrashingAndUnknownModulesAreLoggedAndEveryStepStillCounts) {
-    registry.add("Throwing",
-                 [](const sys::Machine&) { return std::make_unique<ThrowingModule>(); });
-    registry.add("Reporting", [](const sys::Machine&) {
-        return std::make_unique<ReportingModule>(std::vector<std::string>{});
-    });
-    Value config = Dictionary{{"Bogus", enabled(1)},
-                              {"Reporting", enabled(1)},
-                              {"Throwing", enabled(1)},
-                              {"Samples", Dictionary{{"Enabled", Value(1)}}}};
-    Recorded recorded = run(config);
-
-    EXPECT_EQ(recorded.maximum, 6);
-    EXPECT_EQ(recorded.increments, 6);
-    EXPECT_EQ(recorded.statuses,
-              (std::vector<std::string>{"Bogus", "Reporting", "Throwing", "Copying samples",
-                                        "Zipping", "Clean up", "Done"}));
-    EXPECT_EQ(summary.modules_run, 3);
-    EXPECT_EQ(summary.modules_crashed, 2);
-
-    auto members = archive_members();
-    auto has = [&](const std::string& m) {
-        return std::find(members.begin(), members.end(), m) != members.end();
-    };
-    EXPECT_TRUE(has("Bogus/"));
-    EXPECT_TRUE(has("Throwing/"));
-
-    // No module redirected the log before the unknown one: its crash is in the driver's log.
-    std::string driver_log = unzip("tvtriage.log");
-    EXPECT_NE(driver_log.find("MODULE CRASHED - Bogus"), std::string::npos);
+    // No module redirected the log before the unknown one: its crash is in the driver's log,
+    // which the driver points the log back at for the samples steps.
+    const std::string driver_log = unzip("tvtriage.log");
+    EXPECT_TRUE(has(driver_log, "User running this is: " + current_user_name()));
+    EXPECT_TRUE(has(driver_log, "MODULE CRASHED - Bogus"));
+    EXPECT_TRUE(has(driver_log, "Making Samples.plist"));
     // The throwing module's crash lands in its own log, with the exception's lines.
-    std::string throwing_log = unzip("Throwing/Throwing.log");
-    auto heading = throwing_log.find("MODULE CRASHED - Throwing");
+    const std::string throwing_log = unzip("Throwing/Throwing.log");
+    const auto heading = throwing_log.find("MODULE CRASHED - Throwing");
     ASSERT_NE(heading, std::string::npos);
     EXPECT_NE(throwing_log.find("std::runtime_error", heading), std::string::npos);
     EXPECT_NE(throwing_log.find("collector fell over", heading), std::string::npos);
     // "Starting module: " of the next module goes to the previous module's log.
-    EXPECT_NE(unzip("Reporting/Reporting.log").find("Starting module: Throwing"),
-              std::string::npos);
-    // The driver points the log back at its own file for the samples steps.
-    EXPECT_NE(driver_log.find("Making Samples.plist"), std::string::npos);
-}
+    EXPECT_TRUE(has(unzip("Reporting/Reporting.log"), "Starting module: Throwing"));
 
-TEST_F(DriverTest, ReportedExecutablesAreHashedCopiedAndListed) {
-    root.write("bin/tool", "#!/bin/sh\necho tool\n");
-    root.symlink("bin/tool-link", "/bin/tool");
-    registry.add("Reporting", [](const sys::Machine&) {
-        return std::make_unique<ReportingModule>(
-            std::vector<std::string>{"/bin/tool-link", "/bin/missing"});
-    });
-    run(Dictionary{{"Reporting", enabled(1)}}, std::vector<std::string>{"Reporting"});
-
-    auto samples = plist::parse(unzip("Samples/Samples.plist"));
-    ASSERT_TRUE(samples && samples->as_dict());
-    const Value* link = samples->find("/bin/tool-link");
-    ASSERT_TRUE(link);
-    EXPECT_EQ(*link->find("RealPath"), Value("/bin/tool"));
-    std::string md5 = *link->find("md5")->as_string();
-    EXPECT_EQ(md5, Disk::get_file_md5(sys::FileSystem(root.path()), "/bin/tool"));
-    EXPECT_EQ(samples->find("/bin/tool"), nullptr);
-    EXPECT_EQ(*samples->find("/bin/missing")->find("md5"), Value(Disk::kMissingFileMd5));
+    const std::string md5 = Disk::get_file_md5(sys::FileSystem(root.path()), "/bin/tool");
+    EXPECT_EQ(
+        plist::parse(unzip("Samples/Samples.plist")),
+        Value(Dictionary{{"/bin/tool-link", Dictionary{{"md5", md5}, {"RealPath", "/bin/tool"}}},
+                         {"/bin/missing", Dictionary{{"md5", Disk::kMissingFileMd5}}}}));
     EXPECT_EQ(unzip("Samples/" + md5), "#!/bin/sh\necho tool\n");
-    EXPECT_EQ(summary.samples_listed, 2u);
-    EXPECT_EQ(summary.samples_copied, 1u);
+    EXPECT_EQ(unzip("Reporting/left-over"), "from an aborted run") << "a module folder is reused";
+    EXPECT_TRUE(std::filesystem::is_empty(scratch.output().run_folder())) << "emptied, but there";
 }
 
 TEST_F(DriverTest, AZipThatCannotStartIsACrashAfterWhichTheJobStillCleansUpAndEnds) {
@@ -221,21 +148,11 @@ TEST_F(DriverTest, AZipThatCannotStartIsACrashAfterWhichTheJobStillCleansUpAndEn
     fake->missing.push_back("/usr/bin/zip");
     programs = fake;
     Recorded recorded = run(Dictionary{});
-    EXPECT_EQ(recorded.done, 1);
-    EXPECT_EQ(recorded.increments, 3);
+    EXPECT_EQ(recorded.calls, (Names{"max 3", "Copying samples", "+1", "Zipping", "+1", "Clean up",
+                                     "+1", "Done", "done"}));
     EXPECT_EQ(summary.zip_problem, "launch path not accessible");
     EXPECT_TRUE(std::filesystem::is_empty(scratch.output().run_folder()));
-    // The driver's log went with the clean-up; the crash report was in it.
-    EXPECT_FALSE(std::filesystem::exists(archive()));
-}
-
-TEST(DriverGuard, AStepThatThrowsIsLoggedUnderItsHeadingAndTheRunGoesOn) {
-    test::CapturedLog log;
-    EXPECT_FALSE(tvtriage::guarded("COPYING CRASHED", [] { throw std::length_error("too long"); }));
-    EXPECT_TRUE(tvtriage::guarded("ARCHIEVING CRASHED", [] {}));
-    EXPECT_TRUE(log.contains("COPYING CRASHED"));
-    EXPECT_TRUE(log.contains("std::length_error"));
-    EXPECT_FALSE(log.contains("ARCHIEVING CRASHED"));
+    EXPECT_FALSE(std::filesystem::exists(scratch.output().archive()));
 }
 
 }  // namespace

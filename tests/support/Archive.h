@@ -1,15 +1,34 @@
 // Reading a zip archive in tests, through the system's unzip.
 #pragma once
 
+#include <cstdio>
 #include <filesystem>
+#include <sstream>
 #include <string>
 #include <vector>
 
 namespace test {
 
 // Standard output of a shell command.
-std::string shell_output(const std::string& command);
-std::string zip_member(const std::filesystem::path& archive, const std::string& member);
-std::vector<std::string> zip_members(const std::filesystem::path& archive);
+inline std::string shell_output(const std::string& command) {
+    std::string out;
+    if (FILE* pipe = ::popen(command.c_str(), "r")) {
+        char buffer[4096];
+        for (size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) out.append(buffer, n);
+        ::pclose(pipe);
+    }
+    return out;
+}
+
+inline std::string zip_member(const std::filesystem::path& archive, const std::string& member) {
+    return shell_output("unzip -p '" + archive.string() + "' '" + member + "' 2>/dev/null");
+}
+
+inline std::vector<std::string> zip_members(const std::filesystem::path& archive) {
+    std::istringstream listing(shell_output("unzip -Z1 '" + archive.string() + "' 2>/dev/null"));
+    std::vector<std::string> members;
+    for (std::string line; std::getline(listing, line);) members.push_back(line);
+    return members;
+}
 
 }  // namespace test

@@ -98,7 +98,11 @@ std::optional<RunOutput> RunOutput::open(const std::filesystem::path& temporary_
     }
     const std::filesystem::path run_folder =
         temporary_directory.lexically_normal() / kRunFolderName;
-    if (parts_below(run_folder, archive)) {
+    // Compared as written and with links resolved: /var and /private/var are one folder on a Mac.
+    std::error_code ec;
+    if (parts_below(run_folder, archive) ||
+        parts_below(std::filesystem::weakly_canonical(run_folder, ec),
+                    std::filesystem::weakly_canonical(archive, ec))) {
         return fail("the archive " + archive.string() + " would be inside the run folder " +
                     run_folder.string() + ", which is emptied at the end of the run");
     }

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <stdexcept>
-#include <vector>
 
 #include "libs/Disk/Disk.h"
 #include "libs/plist/OldStyle.h"
@@ -22,53 +21,44 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-// The first four of a crash report's six lines; the last two, the call stack's symbols and
-// return addresses, must read back as arrays of one length.
-Lines crash_report_head(const std::string& log_text) {
-    const Lines messages = test::log_messages(log_text);
-    if (messages.size() != 6) return messages;
-    const auto symbols = plist::parse_old_style(messages[4]);
-    const auto addresses = plist::parse_old_style(messages[5]);
-    EXPECT_TRUE(symbols && addresses && symbols->as_array() && addresses->as_array() &&
-                !symbols->as_array()->empty() &&
-                symbols->as_array()->size() == addresses->as_array()->size())
-        << log_text;
-    return Lines(messages.begin(), messages.begin() + 4);
-}
-
-TEST(DiskLogError, SixLinesWithNameReasonUserInfoAndCallStack) {
-    {
-        test::CapturedLog log;
-        try {
-            throw sys::Exception("NSRangeException", "index 4 beyond bounds [0 .. 2]",
-                                 "{key = 1;}");
-        } catch (const std::exception& e) {
-            Disk::log_error(e, "AUTORUNS - LOGIN ITEMS");
-        }
-        EXPECT_EQ(crash_report_head(log.text()),
-                  (Lines{"AUTORUNS - LOGIN ITEMS CRASHED", "NSRangeException",
-                         "index 4 beyond bounds [0 .. 2]", "{key = 1;}"}));
-    }
-    // A standard exception is named after its type, under the heading as given.
-    test::CapturedLog log;
-    Disk::log_exception("COPYING CRASHED", std::out_of_range("map::at"));
-    EXPECT_EQ(crash_report_head(log.text()),
-              (Lines{"COPYING CRASHED", "std::out_of_range", "map::at", "(null)"}));
-}
-
-// The C++ library throws it and the handler reports it: the stack must be the thrower's.
-TEST(DiskLogError, StandardExceptionStackIsWhereItWasThrown) {
+// The six lines log_error gives of what `fails` throws; the last two, the call stack's symbols
+// and return addresses, must read back as arrays of one non-zero length.
+Lines crash_report(void (*fails)()) {
     test::CapturedLog log;
     try {
-        disk_errors_test::read_past_the_end();
+        fails();
     } catch (const std::exception& e) {
         Disk::log_error(e, "MODULE");
     }
-    const Lines messages = test::log_messages(log.text());
-    ASSERT_EQ(messages.size(), 6u) << log.text();
-    EXPECT_NE(messages[4].find("read_past_the_end"), std::string::npos) << messages[4];
-    EXPECT_EQ(messages[4].find("log_error"), std::string::npos) << messages[4];
-    EXPECT_EQ(messages[4].find("__cxa_throw"), std::string::npos) << messages[4];
+    Lines lines = test::log_messages(log.text());
+    EXPECT_EQ(lines.size(), 6u) << log.text();
+    lines.resize(6);
+    const auto symbols = plist::parse_old_style(lines[4]);
+    const auto addresses = plist::parse_old_style(lines[5]);
+    const std::size_t depth = symbols && symbols->as_array() ? symbols->as_array()->size() : 0;
+    EXPECT_TRUE(depth > 0 && addresses && addresses->as_array() &&
+                addresses->as_array()->size() == depth)
+        << log.text();
+    return lines;
+}
+
+TEST(DiskLogError, SixLinesWithNameReasonUserInfoAndCallStack) {
+    const Lines report = crash_report([] {
+        throw sys::Exception("NSRangeException", "index 4 beyond bounds [0 .. 2]", "{key = 1;}");
+    });
+    EXPECT_EQ(Lines(report.begin(), report.begin() + 4),
+              (Lines{"MODULE CRASHED", "NSRangeException", "index 4 beyond bounds [0 .. 2]",
+                     "{key = 1;}"}));
+
+    // The C++ library throws it and the handler reports it: it is named after its type, and the
+    // stack is the thrower's, not the handler's.
+    const Lines standard = crash_report(disk_errors_test::read_past_the_end);
+    EXPECT_EQ(standard[1] + " " + standard[3], "std::out_of_range (null)");
+    EXPECT_NE(standard[4].find("read_past_the_end"), std::string::npos) << standard[4];
+    EXPECT_EQ(standard[4].find("log_error"), std::string::npos) << standard[4];
+    EXPECT_EQ(standard[4].find("__cxa_throw"), std::string::npos) << standard[4];
+    // With no record of a throw, the stack is where it is reported.
+    EXPECT_FALSE(sys::report_of(std::out_of_range("map::at")).stack.symbols.empty());
 }
 
 }  // namespace

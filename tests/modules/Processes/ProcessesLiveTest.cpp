@@ -1,6 +1,5 @@
 // The module over this machine's own process table, with the platform's live sources.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -12,7 +11,7 @@
 
 namespace {
 
-TEST(ProcessesLive, FindsItselfAndAChildStartedThroughALinkUnderBlanks) {
+TEST(ProcessesLive, AChildStartedThroughALinkUnderBlanksIsReportedByTheLink) {
     test::TempDir tmp;
     const std::filesystem::path program = tmp.mkdir("dir with blanks") / "my sleep";
     std::filesystem::copy_file("/bin/sleep", program);
@@ -22,21 +21,10 @@ TEST(ProcessesLive, FindsItselfAndAChildStartedThroughALinkUnderBlanks) {
 
     test::ModuleRun run = test::run_module("Processes", sys::Machine::local("/"));
     ASSERT_TRUE(run.plist && run.plist->as_dict()) << run.plist_bytes.substr(0, 500);
-
-    const plist::Value* self = run.plist->find(std::to_string(::getpid()));
-    ASSERT_TRUE(self);
-    std::string own_command;
-    for (const std::string& word : ::testing::internal::GetArgvs()) {
-        own_command += (own_command.empty() ? "" : " ") + word;
-    }
-    EXPECT_EQ(*self->find("command"), plist::Value(own_command));
-    EXPECT_EQ(*self->find("UID"), plist::Value(static_cast<unsigned>(::geteuid())));
-
-    const std::string child = std::to_string(sleeper.pid());
-    ASSERT_TRUE(run.plist->find(child));
-    EXPECT_EQ(*run.plist->find(child)->find("command"), plist::Value(link + " 30"));
+    const plist::Value* child = run.plist->find(std::to_string(sleeper.pid()));
+    ASSERT_TRUE(child);
+    EXPECT_EQ(*child->find("command"), plist::Value(link + " 30"));
     EXPECT_NE(std::find(run.report.begin(), run.report.end(), link), run.report.end());
-    EXPECT_TRUE(run.logged("pid: " + child + " " + link));
 }
 
 }  // namespace

@@ -17,26 +17,23 @@ namespace {
 using namespace std::string_literals;
 
 TEST(LinuxHostArgumentArea, ArgumentsThenEnvironmentAfterAlignedPath) {
-    // "/bin/x" and its NUL are 7 bytes: one byte of padding reaches the 8-byte alignment.
-    EXPECT_EQ(
-        build_argument_area("x\0-v\0two words\0"s, "/bin/x", "HOME=/root\0LANG=C\0"s),
-        test::argument_area(3, "/bin/x", {"x", "-v", "two words", "HOME=/root", "LANG=C"}, 1));
-    // Seven characters fill the alignment unit already: no padding at all, as a Mac may give.
-    EXPECT_EQ(build_argument_area("a\0"s, "/bin/ab", std::nullopt),
-              test::argument_area(1, "/bin/ab", {"a"}, 0));
-    // An unreadable executable link leaves an empty path, padded like any other.
-    EXPECT_EQ(build_argument_area("a\0"s, "", std::nullopt), test::argument_area(1, "", {"a"}, 7));
-}
-
-TEST(LinuxHostArgumentArea, UnusualCommandLines) {
-    // A process that rewrote its title: one string, no terminator.
-    EXPECT_EQ(build_argument_area("nginx: worker process", "/usr/sbin/nginx", "A=1"),
-              test::argument_area(1, "/usr/sbin/nginx", {"nginx: worker process", "A=1"}, 0));
-    // Kernel threads and zombies have an empty command line: no arguments at all.
-    EXPECT_EQ(build_argument_area("", "", std::nullopt), test::argument_area(0, "", {}, 7));
-    // An empty argument is still an argument.
-    EXPECT_EQ(build_argument_area("prog\0\0"s, "/p", std::nullopt),
-              test::argument_area(2, "/p", {"prog", ""}, 5));
+    using Bytes = std::vector<std::uint8_t>;
+    const std::tuple<std::string, std::string, std::optional<std::string>, Bytes> cases[] = {
+        // Seven characters fill the alignment unit already: no padding, as a Mac may give.
+        {"a\0"s, "/bin/ab", std::nullopt, test::argument_area(1, "/bin/ab", {"a"}, 0)},
+        // An unreadable executable link leaves an empty path, padded like any other.
+        {"a\0"s, "", std::nullopt, test::argument_area(1, "", {"a"}, 7)},
+        // A process that rewrote its title: one string, no terminator.
+        {"nginx: worker process", "/usr/sbin/nginx", "A=1",
+         test::argument_area(1, "/usr/sbin/nginx", {"nginx: worker process", "A=1"}, 0)},
+        // Kernel threads and zombies have an empty command line: no arguments at all.
+        {"", "", std::nullopt, test::argument_area(0, "", {}, 7)},
+        // An empty argument is still an argument.
+        {"prog\0\0"s, "/p", std::nullopt, test::argument_area(2, "/p", {"prog", ""}, 5)},
+    };
+    for (const auto& [cmdline, path, environment, area] : cases) {
+        EXPECT_EQ(build_argument_area(cmdline, path, environment), area) << path;
+    }
 }
 
 // The kernel marks the executable link of a removed program " (deleted)"; the area carries the

@@ -113,24 +113,20 @@ TEST(LinuxHostProfileItems, RequestedDataTypes) {
 }
 
 TEST(LinuxHostProfileText, OsReleaseFollowsShellQuoting) {
-    auto release = parse_os_release(
-        "# comment=ignored\n"
-        "NAME='single $quoted \\n'\n"
-        "ESCAPED=\"say \\\"hi\\\" for \\$5 \\\\ \\n\"\n"
-        "BARE=two\\ words\n"
-        "JOINED=\"a\"'b'c\n"
-        "TRAILING=\"value\" # remark\n"
-        "  SPACED = \"x\"\n"
-        "bad-name=1\n"
-        "UNCLOSED=\"open\n");
-    EXPECT_EQ(release, (std::map<std::string, std::string, std::less<>>{
-                           {"NAME", "single $quoted \\n"},
-                           {"ESCAPED", "say \"hi\" for $5 \\ \\n"},
-                           {"BARE", "two words"},
-                           {"JOINED", "abc"},
-                           {"TRAILING", "value"},
-                           {"SPACED", "x"},
-                           {"UNCLOSED", "open"}}));
+    // One line each: how the value of K reads.
+    const std::pair<const char*, const char*> lines[] = {
+        {"K='single $quoted \\n'", "single $quoted \\n"},
+        {"K=\"say \\\"hi\\\" for \\$5 \\\\ \\n\"", "say \"hi\" for $5 \\ \\n"},
+        {"K=two\\ words", "two words"},
+        {"K=\"a\"'b'c", "abc"},
+        {"K=\"value\" # remark", "value"},
+        {"  K = \"x\"", "x"},
+        {"K=\"open", "open"},
+    };
+    using Release = std::map<std::string, std::string, std::less<>>;
+    for (auto [line, value] : lines)
+        EXPECT_EQ(parse_os_release(line), (Release{{"K", value}})) << line;
+    EXPECT_TRUE(parse_os_release("# K=1\nbad-name=1\n").empty());
 
     const std::pair<const char*, const char*> versions[] = {
         {"PRETTY_NAME=\"Alpine Linux v3.18\"\nVERSION_ID=3.18.4\n", "Alpine Linux v3.18 (3.18.4)"},
@@ -144,15 +140,12 @@ TEST(LinuxHostProfileText, OsReleaseFollowsShellQuoting) {
 
 TEST(LinuxHostProfileText, HardwareInMacUnits) {
     // Package 0 has two cores, one of them with two threads; package 1 has one core.
-    std::string cpuinfo;
-    int processor = 0;
-    for (auto [package, core] : {std::pair{0, 0}, {0, 0}, {0, 1}, {1, 0}}) {
-        cpuinfo += "processor\t: " + std::to_string(processor++) +
-                   "\nmodel name\t: Intel(R) Xeon(R) CPU E5-2680\nphysical id\t: " +
-                   std::to_string(package) + "\ncore id\t\t: " + std::to_string(core) + "\n\n";
-    }
-    CpuSummary summary = parse_cpuinfo(cpuinfo);
-    EXPECT_EQ(summary.model_name, "Intel(R) Xeon(R) CPU E5-2680");
+    CpuSummary summary = parse_cpuinfo(
+        "processor\t: 0\nmodel name\t: Xeon E5-2680\nphysical id\t: 0\ncore id\t\t: 0\n\n"
+        "processor\t: 1\nmodel name\t: other\nphysical id\t: 0\ncore id\t\t: 0\n\n"
+        "processor\t: 2\nphysical id\t: 0\ncore id\t\t: 1\n\n"
+        "processor\t: 3\nphysical id\t: 1\ncore id\t\t: 0\n");
+    EXPECT_EQ(summary.model_name, "Xeon E5-2680");
     EXPECT_EQ(std::tuple(summary.logical_processors, summary.cores, summary.packages),
               std::tuple(4, 3, 2));
     // ARM kernels print neither a model name nor core ids.
