@@ -29,26 +29,11 @@ struct RawRecord {
     }
 };
 
-TEST(KernelProcessRecord, FieldsAtTheirOffsets) {
-    RawRecord raw;
-    raw.put<std::int64_t>(0, 0x123456789).put<std::int32_t>(8, 999999);  // p_starttime
-    raw.put<std::uint32_t>(32, 0x4004).put<std::int8_t>(36, 2).put<std::int32_t>(40, 70000);
-    raw.put<std::uint8_t>(240, 0xF0).comm(std::string("launchd\0", 8));
-    raw.put<std::uint32_t>(420, 4294967294u);  // nobody is -2 on a Mac
-    raw.put<std::int32_t>(560, 1).put<std::int32_t>(564, 70001).put<std::int32_t>(572, 0x10000003);
-    const ProcessRecord r = decode_kernel_process_record(raw.bytes);
-    EXPECT_EQ(std::tuple(r.start_seconds, r.start_microseconds, r.flags, r.state, r.pid),
-              std::tuple(0x123456789L, 999999, 0x4004u, std::int8_t{2}, 70000));
-    EXPECT_EQ(std::tuple(r.priority, r.short_name, r.effective_uid),
-              std::tuple(std::uint8_t{0xF0}, "launchd", 4294967294u));
-    EXPECT_EQ(std::tuple(r.parent_pid, r.process_group, r.terminal_device),
-              std::tuple(1, 70001, 0x10000003L));
-}
-
-// A table holds whole records only: the partial one at its end is ignored.
-TEST(KernelProcessRecord, TableOfShortNamesAndTerminalDevices) {
-    // comm bytes, e_tdev -> short name, terminal device
+// A table holds whole records only: the partial one at its end is ignored. Each record has the
+// same fields but its p_comm bytes and e_tdev, read as its short name and terminal device.
+TEST(KernelProcessRecord, TableOfRecordsWithFieldsAtTheirOffsets) {
     const std::tuple<std::string, std::int32_t, std::string, std::int64_t> cases[] = {
+        {std::string("launchd\0", 8), 0x10000003, "launchd", 0x10000003},
         // All 16 bytes used and the 17th not a terminator either: the name stops at 16.
         {"abcdefghijklmnopX", -1, "abcdefghijklmnop", -1},
         {std::string("\0abc", 4), static_cast<std::int32_t>(0x80000001u), "", 0x80000001},
@@ -56,20 +41,26 @@ TEST(KernelProcessRecord, TableOfShortNamesAndTerminalDevices) {
     };
     std::vector<std::uint8_t> table;
     for (const auto& [comm, device, name, terminal] : cases) {
-        auto bytes = RawRecord().comm(comm).put(572, device).bytes;
-        table.insert(table.end(), bytes.begin(), bytes.end());
+        RawRecord raw;
+        raw.put<std::int64_t>(0, 0x123456789).put<std::int32_t>(8, 999999);  // p_starttime
+        raw.put<std::uint32_t>(32, 0x4004).put<std::int8_t>(36, 2).put<std::int32_t>(40, 70000);
+        raw.put<std::uint8_t>(240, 0xF0).comm(comm).put<std::uint32_t>(420, 4294967294u);  // -2
+        raw.put<std::int32_t>(560, 1).put<std::int32_t>(564, 70001).put<std::int32_t>(572, device);
+        table.insert(table.end(), raw.bytes.begin(), raw.bytes.end());
     }
     table.resize(table.size() + kKernelProcessRecordSize - 1, 0);
-    auto records = decode_kernel_process_table(table);
+    const auto records = decode_kernel_process_table(table);
     ASSERT_EQ(records.size(), std::size(cases));
     for (std::size_t i = 0; i < records.size(); ++i) {
-        EXPECT_EQ(records[i].short_name, std::get<2>(cases[i])) << i;
-        EXPECT_EQ(records[i].terminal_device, std::get<3>(cases[i])) << i;
+        const ProcessRecord& r = records[i];
+        EXPECT_EQ(std::tuple(r.start_seconds, r.start_microseconds, r.flags, r.state, r.pid),
+                  std::tuple(0x123456789L, 999999, 0x4004u, std::int8_t{2}, 70000));
+        EXPECT_EQ(std::tuple(r.priority, r.effective_uid, r.parent_pid, r.process_group),
+                  std::tuple(std::uint8_t{0xF0}, 4294967294u, 1, 70001));
+        EXPECT_EQ(std::tuple(r.short_name, r.terminal_device),
+                  std::tuple(std::get<2>(cases[i]), std::get<3>(cases[i])));
     }
     EXPECT_TRUE(decode_kernel_process_table(std::span(table).first(647)).empty());
-}
-
-TEST(KernelProcessRecord, DevnameStandInsAreNoName) {
     for (const char* none : {static_cast<const char*>(nullptr), "??", "#C16:3", "#B1:0", ""})
         EXPECT_FALSE(terminal_name_from_devname(none)) << (none ? none : "null");
     EXPECT_EQ(terminal_name_from_devname("ttys000"), "ttys000");

@@ -1,5 +1,4 @@
-// Fakes of the examined machine's live sources and program runner, and a Machine over a fixture
-// tree built from them.
+// Fakes of the examined machine's live sources and program runner, and a Machine over them.
 #pragma once
 
 #include <algorithm>
@@ -23,17 +22,14 @@ public:
         std::string program;
         std::vector<std::string> arguments;
     };
-
     std::map<std::string, std::string> outputs;  // program -> standard output
     std::vector<std::string> missing;
     std::vector<Call> calls;
-
     std::string run(const std::string& program, const std::vector<std::string>& arguments,
                     const std::filesystem::path& = {}, int* exit_status = nullptr) override {
         calls.push_back({program, arguments});
-        if (std::ranges::find(missing, program) != missing.end()) {
+        if (std::ranges::find(missing, program) != missing.end())
             throw sys::Exception("NSInvalidArgumentException", "launch path not accessible");
-        }
         if (exit_status) *exit_status = 0;
         return outputs.contains(program) ? outputs.at(program) : "";
     }
@@ -49,17 +45,13 @@ public:
     std::map<std::uint32_t, platform::PasswordEntry> users;
     std::string profile;
     platform::Command lsof{"/usr/sbin/lsof", {"-F", "cnt", "+c0"}};
-
     int query_process_table(std::vector<platform::ProcessRecord>* records,
                             std::size_t* size) override {
-        if (records && !table_results.empty()) {
-            const int result = table_results.front();
-            table_results.erase(table_results.begin());
-            if (result != 0) return result;
-        }
-        if (records) *records = processes;
-        *size = processes.size() * platform::kKernelProcessRecordSize;
-        return 0;
+        const int result = records && !table_results.empty() ? table_results.front() : 0;
+        if (records && !table_results.empty()) table_results.erase(table_results.begin());
+        if (records && result == 0) *records = processes;
+        if (result == 0) *size = processes.size() * platform::kKernelProcessRecordSize;
+        return result;
     }
     int query_argument_max(int* out) override {
         *out = 1 << 18;
@@ -70,7 +62,7 @@ public:
         if (!argument_areas.contains(pid)) return -1;
         const std::vector<std::uint8_t>& area = argument_areas.at(pid);
         *size = std::min(area.size(), *size);
-        if (buffer.size() < *size) buffer.resize(*size);
+        buffer.resize(std::max(buffer.size(), *size));
         std::copy_n(area.begin(), *size, buffer.begin());
         return 0;
     }

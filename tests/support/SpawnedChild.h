@@ -1,11 +1,9 @@
 // A child process for tests that look at the live process table: started with exact arguments,
-// waited for until its exec has finished (before that it still shows the test binary, and for a
-// moment an empty command line), killed and reaped when it goes out of scope.
+// waited for until its exec has finished, killed and reaped when it goes out of scope.
 #pragma once
 
 #include <signal.h>
 #include <spawn.h>
-#include <sys/types.h>
 #include <sys/wait.h>
 
 #include <chrono>
@@ -26,28 +24,18 @@ public:
     // Runs program with arguments (argv[0] included); environment as given, else ours.
     SpawnedChild(const std::filesystem::path& program, std::vector<std::string> arguments,
                  std::optional<std::vector<std::string>> environment = std::nullopt) {
-        const auto pointers = [](std::vector<std::string>& strings) {
-            std::vector<char*> result;
-            for (auto& s : strings) result.push_back(s.data());
-            result.push_back(nullptr);
-            return result;
-        };
         std::vector<char*> argv = pointers(arguments);
         std::vector<char*> envp = environment ? pointers(*environment) : std::vector<char*>{};
-        if (::posix_spawn(&pid_, program.c_str(), nullptr, nullptr, argv.data(),
-                          environment ? envp.data() : environ) != 0) {
+        char** env = environment ? envp.data() : environ;
+        if (::posix_spawn(&pid_, program.c_str(), nullptr, nullptr, argv.data(), env) != 0)
             pid_ = -1;
-            return;
-        }
-        // Done when the kernel shows the new program's own first argument. Without /proc (a Mac)
-        // there is nothing to watch, nor to wait for: posix_spawn returns once the new image is in.
-        const std::filesystem::path folder = "/proc/" + std::to_string(pid_);
+        // Until its exec is done the child shows the test binary (or an empty command line): wait
+        // for its own first argument. Without /proc (a Mac) posix_spawn returns once it is done.
+        const std::filesystem::path cmdline = "/proc/" + std::to_string(pid_) + "/cmdline";
         std::error_code error;
-        if (arguments.empty() || !std::filesystem::is_directory(folder, error)) return;
-        for (int attempt = 0; attempt < 500; ++attempt) {
-            if (read_text(folder / "cmdline").starts_with(arguments[0] + '\0')) return;
+        if (pid_ <= 0 || arguments.empty() || !std::filesystem::exists(cmdline, error)) return;
+        for (int i = 0; i < 500 && !read_text(cmdline).starts_with(arguments[0] + '\0'); ++i)
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
     }
     ~SpawnedChild() { stop(); }
     SpawnedChild(const SpawnedChild&) = delete;
@@ -62,6 +50,12 @@ public:
     }
 
 private:
+    static std::vector<char*> pointers(std::vector<std::string>& strings) {
+        std::vector<char*> result;
+        for (std::string& s : strings) result.push_back(s.data());
+        result.push_back(nullptr);
+        return result;
+    }
     pid_t pid_ = -1;
 };
 

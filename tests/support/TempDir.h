@@ -1,5 +1,4 @@
-// A fresh temporary directory for one test, removed with everything in it afterwards; and small
-// builders for fixture trees.
+// A fresh temporary directory for one test, removed afterwards; and builders for fixture trees.
 #pragma once
 
 #include <stdlib.h>
@@ -16,8 +15,7 @@ namespace test {
 class TempDir {
 public:
     TempDir() {
-        std::string pattern =
-            (std::filesystem::temp_directory_path() / "tvtriage-test-XXXXXX").string();
+        std::string pattern = std::filesystem::temp_directory_path() / "tvtriage-test-XXXXXX";
         if (!::mkdtemp(pattern.data())) throw std::runtime_error("mkdtemp failed");
         path_ = pattern;
     }
@@ -31,16 +29,13 @@ public:
     const std::filesystem::path& path() const { return path_; }
     // path() joined with a relative path ("a/b" or "/a/b", both under the directory).
     std::filesystem::path operator/(std::string_view relative) const {
-        while (relative.starts_with('/')) relative.remove_prefix(1);
-        return path_ / std::filesystem::path(relative);
+        return path_ / std::filesystem::path(relative).relative_path();
     }
-
-    // Writes a file (parents created) and returns its full path.
+    // Builders: each makes the missing parents and returns the full path of what it made.
     std::filesystem::path write(std::string_view relative, std::string_view contents) const {
-        const std::filesystem::path file = *this / relative;
-        std::filesystem::create_directories(file.parent_path());
-        std::ofstream(file, std::ios::binary | std::ios::trunc) << contents;
-        return file;
+        std::filesystem::create_directories((*this / relative).parent_path());
+        std::ofstream(*this / relative, std::ios::binary | std::ios::trunc) << contents;
+        return *this / relative;
     }
     std::filesystem::path mkdir(std::string_view relative) const {
         std::filesystem::create_directories(*this / relative);
@@ -48,10 +43,9 @@ public:
     }
     // A symbolic link at relative holding target exactly as given.
     std::filesystem::path symlink(std::string_view relative, std::string_view target) const {
-        const std::filesystem::path link = *this / relative;
-        std::filesystem::create_directories(link.parent_path());
-        std::filesystem::create_symlink(std::filesystem::path(target), link);
-        return link;
+        std::filesystem::create_directories((*this / relative).parent_path());
+        std::filesystem::create_symlink(std::filesystem::path(target), *this / relative);
+        return *this / relative;
     }
 
 private:

@@ -43,24 +43,5 @@ TEST(PlistCorpus, BinaryAndXmlFilesReadAsPythonsPlistlibReadsThem) {
     EXPECT_EQ(plist_test::python_agreeing(pairs), files);
 }
 
-TEST(PlistCorpus, StartupParameterFilesReadAsTheyShow) {
-    if (!fs::is_directory(kCorpus)) GTEST_SKIP() << "no corpus at " << kCorpus;
-    const fs::path items = kCorpus / "startup/StartupItems";
-    EXPECT_EQ(parse(test::read_text(items / "Disks/StartupParameters.plist")),
-              Value(Dictionary{{"Description", "local disks"},
-                               {"Provides", Array{"Disks"}},
-                               {"Requires", Array{"SecurityServer"}},
-                               {"Uses", Array{"System Tuning"}}}));
-    int files = 0;
-    for (const auto& item : fs::directory_iterator(items)) {
-        const auto value = parse(test::read_text(item.path() / "StartupParameters.plist"));
-        const Value* provides = value ? value->find("Provides") : nullptr;
-        EXPECT_TRUE(value && value->find("Description") && value->find("Description")->as_string());
-        EXPECT_TRUE(provides && provides->as_array() && !provides->as_array()->empty()) << item;
-        ++files;
-    }
-    EXPECT_EQ(files, 9);
-}
-
 }  // namespace
 }  // namespace plist

@@ -5,33 +5,25 @@
 namespace plist {
 namespace {
 
-TEST(PlistDescribe, LaysOutNestedContainersAsThePlatformDoesAndParsesBack) {
-    Value v = Dictionary{{"a b", Array{Dictionary{{"k", "v"}}, ""}},
-                         {"e", Array{}},
-                         {"n", Dictionary{}},
-                         {"t", true}};
-    const std::string text =
-        "{\n"
-        "    \"a b\" =     (\n"
-        "                {\n"
-        "            k = v;\n"
-        "        },\n"
-        "        \"\"\n"
-        "    );\n"
-        "    e =     (\n"
-        "    );\n"
-        "    n =     {\n"
-        "    };\n"
-        "    t = 1;\n"
-        "}";
-    EXPECT_EQ(describe(v), text);
-    (*v.as_dict())["t"] = "1";  // leaves other than data read back as text
-    EXPECT_EQ(parse_old_style(text), v);
-}
-
-// Each value's text, and what that text reads back as (nothing: the value itself).
-TEST(PlistDescribe, QuotesEverythingButLettersAndDigits) {
+// Each value's text, and what that text reads back as (nothing: the value itself). Everything but
+// letters and digits is quoted, and leaves other than data read back as text.
+TEST(PlistDescribe, LaysOutAndQuotesAsThePlatformDoesAndParsesBack) {
     const std::tuple<Value, const char*, std::optional<Value>> cases[] = {
+        {Dictionary{
+             {"a b", Array{Dictionary{{"k", "v"}}, ""}}, {"e", Array{}}, {"n", Dictionary{}}},
+         "{\n"
+         "    \"a b\" =     (\n"
+         "                {\n"
+         "            k = v;\n"
+         "        },\n"
+         "        \"\"\n"
+         "    );\n"
+         "    e =     (\n"
+         "    );\n"
+         "    n =     {\n"
+         "    };\n"
+         "}",
+         {}},
         {"abc123", "abc123", {}},
         {"", "\"\"", {}},
         {"a_b", "\"a_b\"", {}},
@@ -39,6 +31,7 @@ TEST(PlistDescribe, QuotesEverythingButLettersAndDigits) {
         {"line\nnext\ttab\x01\x7f", "\"line\\nnext\\ttab\\001\\177\"", {}},
         {"caf\xc3\xa9", "\"caf\\U00e9\"", {}},
         {"\xf0\x9f\x98\x80", "\"\\Ud83d\\Ude00\"", {}},
+        {true, "1", "1"},
         {-65, "\"-65\"", "-65"},
         {Integer{-1, true}, "18446744073709551615", "18446744073709551615"},
         {640976633.129187, "\"640976633.129187\"", "640976633.129187"},
