@@ -1,5 +1,7 @@
 #include "libs/sys/FdIo.h"
 
+#include <dirent.h>
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -30,6 +32,25 @@ std::optional<std::string> read_all(int fd, std::size_t limit) {
         if (content.size() + static_cast<size_t>(n) > limit) return std::nullopt;
         content.append(chunk, static_cast<size_t>(n));
     }
+}
+
+std::optional<std::vector<std::string>> list_folder(int folder) {
+    // The directory stream takes over its descriptor, so it gets a copy of its own.
+    const int copy = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (copy < 0) return std::nullopt;
+    DIR* dir = ::fdopendir(copy);
+    if (!dir) {
+        ::close(copy);
+        return std::nullopt;
+    }
+    std::vector<std::string> names;
+    while (const dirent* entry = ::readdir(dir)) {
+        const std::string_view name = entry->d_name;
+        if (name != "." && name != "..") names.emplace_back(name);
+    }
+    ::closedir(dir);
+    std::sort(names.begin(), names.end());
+    return names;
 }
 
 bool copy_at_most(int in, int out, std::uint64_t limit) {

@@ -1,14 +1,10 @@
 #include "libs/sys/FileSystem.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <memory>
-#include <system_error>
 
 #include "libs/plist/Reader.h"
 #include "libs/sys/FdIo.h"
@@ -27,10 +23,6 @@ FileType type_of(mode_t mode) {
     if (S_ISSOCK(mode)) return FileType::Socket;
     return FileType::Other;
 }
-
-struct DirCloser {
-    void operator()(DIR* dir) const { ::closedir(dir); }
-};
 
 }  // namespace
 
@@ -91,16 +83,9 @@ std::optional<std::string> FileSystem::link_destination(std::string_view path) c
 std::optional<std::vector<std::string>> FileSystem::list_directory(std::string_view path) const {
     auto host = host_path(path);
     if (!host) return std::nullopt;
-    std::unique_ptr<DIR, DirCloser> dir(::opendir(host->c_str()));
-    if (!dir) return std::nullopt;
-    std::vector<std::string> names;
-    while (dirent* entry = ::readdir(dir.get())) {
-        std::string_view name = entry->d_name;
-        if (name == "." || name == "..") continue;
-        names.emplace_back(name);
-    }
-    std::sort(names.begin(), names.end());
-    return names;
+    const UniqueFd folder(::open(host->c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder) return std::nullopt;
+    return list_folder(folder.get());
 }
 
 UniqueFd FileSystem::open_regular(std::string_view path) const {

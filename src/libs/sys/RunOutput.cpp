@@ -1,15 +1,13 @@
 #include "libs/sys/RunOutput.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <stdlib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <memory>
+#include <system_error>
 
 #include "libs/sys/FdIo.h"
 
@@ -19,10 +17,6 @@ namespace {
 constexpr mode_t kPrivateFolder = 0700;
 constexpr mode_t kPrivateFile = 0600;
 constexpr int kOpenFolder = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-
-struct DirCloser {
-    void operator()(DIR* dir) const { ::closedir(dir); }
-};
 
 // The components of path below folder; none when path is not inside it.
 std::optional<std::vector<std::string>> parts_below(const std::filesystem::path& folder,
@@ -44,28 +38,13 @@ bool is_link_at(int folder, const std::string& name) {
     return ::fstatat(folder, name.c_str(), &st, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(st.st_mode);
 }
 
-std::optional<std::vector<std::string>> list_fd(int folder) {
-    UniqueFd copy(::openat(folder, ".", kOpenFolder));
-    if (!copy) return std::nullopt;
-    std::unique_ptr<DIR, DirCloser> dir(::fdopendir(copy.get()));
-    if (!dir) return std::nullopt;
-    copy.release();
-    std::vector<std::string> names;
-    while (const dirent* entry = ::readdir(dir.get())) {
-        const std::string_view name = entry->d_name;
-        if (name != "." && name != "..") names.emplace_back(name);
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
 bool remove_at(int folder, const std::string& name, std::string* error) {
     struct stat st {};
     bool ok = ::fstatat(folder, name.c_str(), &st, AT_SYMLINK_NOFOLLOW) == 0;
     if (ok && S_ISDIR(st.st_mode)) {
         UniqueFd inner(::openat(folder, name.c_str(), kOpenFolder));
         for (const std::string& entry :
-             inner ? list_fd(inner.get()).value_or(std::vector<std::string>{})
+             inner ? list_folder(inner.get()).value_or(std::vector<std::string>{})
                    : std::vector<std::string>{}) {
             // Going on after a failure empties as much as can be emptied; the first error is kept.
             if (!remove_at(inner.get(), entry, error)) error = nullptr;
@@ -210,12 +189,12 @@ bool RunOutput::is_file(const std::filesystem::path& file) const {
 std::optional<std::vector<std::string>> RunOutput::list(const std::filesystem::path& folder) const {
     auto parts = parts_below(run_folder_, folder);
     if (!parts) return std::nullopt;
-    if (parts->empty()) return list_fd(folder_fd_.get());
+    if (parts->empty()) return list_folder(folder_fd_.get());
     auto place = place_of(folder);
     if (!place) return std::nullopt;
     UniqueFd inner(::openat(place->folder.get(), place->name.c_str(), kOpenFolder));
     if (!inner) return std::nullopt;
-    return list_fd(inner.get());
+    return list_folder(inner.get());
 }
 
 bool RunOutput::remove_all(const std::filesystem::path& entry, std::string* error) const {
