@@ -9,8 +9,6 @@ namespace modules {
 namespace {
 
 constexpr int kMaxAttempts = 1000;
-// The size estimate counts bytes of kernel records.
-constexpr std::size_t kKernelRecordBytes = platform::kKernelProcessRecordSize;
 
 std::optional<std::vector<platform::ProcessRecord>> give_up(int attempts) {
     // Only the attempt numbered 999 says so: the rule is kept as it always was, although in
@@ -40,7 +38,8 @@ std::optional<std::vector<platform::ProcessRecord>> Processes::getAllProcesses(
         }
         std::vector<platform::ProcessRecord> records;
         try {
-            records.reserve(size / kKernelRecordBytes);
+            // The size estimate counts bytes of kernel records.
+            records.reserve(size / platform::kKernelProcessRecordSize);
         } catch (const std::bad_alloc&) {
             sys::log_line("malloc 1 failed!!");
             return give_up(attempts);
