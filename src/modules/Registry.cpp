@@ -1,5 +1,6 @@
 #include "modules/Registry.h"
 
+#include "modules/Browsers/Browsers.h"
 #include "modules/Net/Net.h"
 #include "modules/Processes/Processes.h"
 #include "modules/SystemInfo/SystemInfo.h"
@@ -15,6 +16,7 @@ Registry Registry::builtin() {
     registry.add("Processes", [](const sys::Machine& m) { return std::make_unique<Processes>(m); });
     registry.add("Net", [](const sys::Machine& m) { return std::make_unique<Net>(m); });
     registry.add("TV", [](const sys::Machine& m) { return std::make_unique<TV>(m); });
+    registry.add("Browsers", [](const sys::Machine& m) { return std::make_unique<Browsers>(m); });
     return registry;
 }
 

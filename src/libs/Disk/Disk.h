@@ -55,9 +55,11 @@ public:
     // The heading line as given, then the exception's name, reason, user information, call-stack
     // symbols and call-stack return addresses, one log line each.
     static void log_exception(std::string_view heading, const std::exception& error);
-    // The dictionary's description with every "<null>" replaced by "null value", parsed back:
-    // every leaf comes back a string. Empty (and logged) when the text does not parse.
-    static std::optional<plist::Dictionary> sanitize_json_dict(const plist::Dictionary& dictionary);
+    // What the dictionary's description reads back as once every "<null>" in it is replaced by
+    // "null value": every leaf but data becomes a string, nulls become "null value", and
+    // "<null>" inside strings and keys is replaced too. Taken by value: callers move their
+    // report in, so that large tables are cleaned in place.
+    static plist::Dictionary sanitize_json_dict(plist::Dictionary dictionary);
     // Creates each named file empty in the folder, in order; a failure logs
     // "Error in creating file <path>." and the next file is tried.
     static void create_empty_files(const sys::OutputPath& folder,

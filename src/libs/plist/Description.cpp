@@ -77,26 +77,26 @@ void append_string(std::string& out, std::string_view s) {
     out.push_back('"');
 }
 
-void append_integer(std::string& out, const Integer& i) {
+std::string integer_text(const Integer& i) {
     char digits[24];
     const auto result = i.is_unsigned ? std::to_chars(digits, digits + sizeof digits,
                                                       static_cast<std::uint64_t>(i.value))
                                       : std::to_chars(digits, digits + sizeof digits, i.value);
-    append_string(out, std::string_view(digits, static_cast<std::size_t>(result.ptr - digits)));
+    return std::string(digits, static_cast<std::size_t>(result.ptr - digits));
 }
 
-void append_real(std::string& out, double d) {
+std::string real_text(double d) {
     char text[32];
     std::snprintf(text, sizeof text, "%.16g", d);
-    append_string(out, text);
+    return text;
 }
 
-void append_date(std::string& out, Date date) {
+std::string date_text(Date date) {
     const CivilTime t = civil_time_utc(date);
     char text[48];
-    std::snprintf(text, sizeof text, "\"%04lld-%02d-%02d %02d:%02d:%02d +0000\"",
+    std::snprintf(text, sizeof text, "%04lld-%02d-%02d %02d:%02d:%02d +0000",
                   static_cast<long long>(t.year), t.month, t.day, t.hour, t.minute, t.second);
-    out.append(text);
+    return text;
 }
 
 void append_data(std::string& out, const Data& data) {
@@ -135,24 +135,27 @@ void describe_into(std::string& out, const Value& value, int level) {
         }
         indent(out, level);
         out.push_back(')');
-    } else if (const std::string* s = value.as_string()) {
-        append_string(out, *s);
-    } else if (const Integer* i = value.as_integer()) {
-        append_integer(out, *i);
-    } else if (const double* d = value.as_real()) {
-        append_real(out, *d);
-    } else if (const bool* b = value.as_bool()) {
-        out.push_back(*b ? '1' : '0');
-    } else if (const Date* date = value.as_date()) {
-        append_date(out, *date);
+    } else if (const TextRows* rows = value.as_rows()) {
+        describe_into(out, Value(rows->to_array()), level);
     } else if (const Data* data = value.as_data()) {
         append_data(out, *data);
-    } else {
+    } else if (value.is_null()) {
         out.append("\"<null>\"");
+    } else {
+        append_string(out, *leaf_text(value));
     }
 }
 
 }  // namespace
+
+std::optional<std::string> leaf_text(const Value& value) {
+    if (const std::string* s = value.as_string()) return *s;
+    if (const Integer* i = value.as_integer()) return integer_text(*i);
+    if (const double* d = value.as_real()) return real_text(*d);
+    if (const bool* b = value.as_bool()) return std::string(*b ? "1" : "0");
+    if (const Date* date = value.as_date()) return date_text(*date);
+    return std::nullopt;
+}
 
 std::string describe(const Value& value) {
     std::string out;

@@ -23,4 +23,9 @@ std::optional<Value> parse_old_style(std::string_view text, std::string* error =
 // "YYYY-MM-DD HH:MM:SS +0000". The text always parses back with parse_old_style.
 std::string describe(const Value& value);
 
+// The string that a leaf's description reads back as: strings as they are, numbers, booleans
+// ("1", "0") and dates ("YYYY-MM-DD HH:MM:SS +0000") as their text. None for data, null and
+// containers, which read back as themselves.
+std::optional<std::string> leaf_text(const Value& value);
+
 }  // namespace plist

@@ -1,8 +1,14 @@
 #include "libs/plist/Utf.h"
 
+#include <simdjson.h>
+
 #include <cstdint>
 
 namespace plist::utf {
+
+bool is_valid_utf8(std::string_view text) {
+    return simdjson::validate_utf8(text.data(), text.size());
+}
 
 void append_utf8(std::string& out, char32_t cp) {
     if (cp >= 0xD800 && cp <= 0xDFFF) cp = kReplacement;

@@ -16,4 +16,17 @@ bool Value::equals_number_one() const {
     return false;
 }
 
+Array TextRows::to_array() const {
+    Array rows;
+    rows.reserve(size());
+    for (std::size_t row = 0; row < size(); ++row) {
+        Array cells;
+        for (std::size_t column = 0; column < row_size(row); ++column) {
+            cells.emplace_back(cell(row, column));
+        }
+        rows.emplace_back(std::move(cells));
+    }
+    return rows;
+}
+
 }  // namespace plist

@@ -1,16 +1,21 @@
 // One value type for every property-list finding: dictionaries (kept sorted by key, as Apple's
 // XML writer sorts them), arrays, strings, integers, reals, booleans, dates, data, and null.
-// Null exists only for JSON on its way to being sanitised; the XML writer refuses it.
+// Null exists only for JSON on its way to being sanitised; the XML writer refuses it. Database
+// rows have a compact form of their own (TextRows), which stands for an array of arrays of
+// strings.
 #pragma once
 
 #include <cstdint>
 #include <initializer_list>
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <variant>
 #include <vector>
+
+#include "libs/plist/TextRows.h"
 
 namespace plist {
 
@@ -40,9 +45,15 @@ struct Integer {
     bool operator==(const Integer&) const = default;
 };
 
+// Shared and immutable once made, so that copying a report never copies its tables.
+struct Rows {
+    std::shared_ptr<const TextRows> rows;
+    bool operator==(const Rows& other) const { return *rows == *other.rows; }
+};
+
 class Value {
 public:
-    enum class Kind { Null, Boolean, Integer, Real, String, Date, Data, Array, Dictionary };
+    enum class Kind { Null, Boolean, Integer, Real, String, Date, Data, Array, Dictionary, Rows };
 
     Value() : v_(Null{}) {}
     Value(Null) : v_(Null{}) {}
@@ -62,6 +73,7 @@ public:
     Value(Data d) : v_(std::move(d)) {}
     Value(Array a) : v_(std::move(a)) {}
     Value(Dictionary d) : v_(std::move(d)) {}
+    Value(TextRows r) : v_(Rows{std::make_shared<const TextRows>(std::move(r))}) {}
 
     Kind kind() const { return static_cast<Kind>(v_.index()); }
     bool is_null() const { return kind() == Kind::Null; }
@@ -75,6 +87,10 @@ public:
     const Data* as_data() const { return std::get_if<Data>(&v_); }
     const Array* as_array() const { return std::get_if<Array>(&v_); }
     const Dictionary* as_dict() const { return std::get_if<Dictionary>(&v_); }
+    const TextRows* as_rows() const {
+        const Rows* r = std::get_if<Rows>(&v_);
+        return r ? r->rows.get() : nullptr;
+    }
     std::string* as_string() { return std::get_if<std::string>(&v_); }
     Array* as_array() { return std::get_if<Array>(&v_); }
     Dictionary* as_dict() { return std::get_if<Dictionary>(&v_); }
@@ -94,7 +110,7 @@ private:
                        u > static_cast<unsigned long long>(INT64_MAX)};
     }
 
-    std::variant<Null, bool, Integer, double, std::string, Date, Data, Array, Dictionary> v_;
+    std::variant<Null, bool, Integer, double, std::string, Date, Data, Array, Dictionary, Rows> v_;
 };
 
 }  // namespace plist

@@ -320,9 +320,39 @@ void XmlWriter::write_value(const Value& v) {
         write_date(*date);
     } else if (const Data* data = v.as_data()) {
         write_data(*data);
+    } else if (const TextRows* rows = v.as_rows()) {
+        write_rows(*rows);
     } else {
         throw std::invalid_argument("a null cannot be written to an XML property list");
     }
+}
+
+void XmlWriter::write_rows(const TextRows& rows) {
+    indent();
+    if (rows.empty()) {
+        put("<array/>\n");
+        return;
+    }
+    put("<array>\n");
+    ++depth_;
+    for (std::size_t row = 0; row < rows.size(); ++row) {
+        indent();
+        if (rows.row_size(row) == 0) {
+            put("<array/>\n");
+            continue;
+        }
+        put("<array>\n");
+        ++depth_;
+        for (std::size_t column = 0; column < rows.row_size(row); ++column) {
+            element("<string>", rows.cell(row, column), "</string>\n");
+        }
+        --depth_;
+        indent();
+        put("</array>\n");
+    }
+    --depth_;
+    indent();
+    put("</array>\n");
 }
 
 std::string to_xml(const Value& root) {

@@ -59,6 +59,7 @@ private:
     void write_real(double d);
     void write_date(Date date);
     void write_data(const Data& data);
+    void write_rows(const TextRows& rows);
 
     int fd_ = -1;
     std::string* out_ = nullptr;

@@ -59,8 +59,9 @@ bool copy_at_most(int in, int out, std::uint64_t limit) {
     std::uint64_t copied = 0;
     for (;;) {
         // One byte beyond the limit is asked for, to tell a file of exactly the limit from more.
-        const std::size_t want =
-            static_cast<std::size_t>(std::min<std::uint64_t>(kChunk, limit - copied + 1));
+        // (Written so that a limit of UINT64_MAX, "no limit", does not wrap to zero.)
+        const std::uint64_t left = limit - copied;
+        const std::size_t want = left < kChunk ? static_cast<std::size_t>(left + 1) : kChunk;
         ssize_t n = ::read(in, chunk.get(), want);
         if (n < 0 && errno == EINTR) continue;
         if (n < 0) return false;

@@ -221,4 +221,17 @@ std::optional<std::filesystem::path> RunOutput::write_temporary_file(
     return std::nullopt;
 }
 
+UniqueFd RunOutput::create_temporary_file(std::string_view name) const {
+    const std::filesystem::path file = temporary_directory_ / std::filesystem::path(name);
+    return UniqueFd(
+        ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+}
+
+bool RunOutput::remove_temporary_file(std::string_view name, std::string* error) const {
+    const std::filesystem::path file = temporary_directory_ / std::filesystem::path(name);
+    if (::unlink(file.c_str()) == 0) return true;
+    if (error) *error = std::strerror(errno);
+    return false;
+}
+
 }  // namespace sys

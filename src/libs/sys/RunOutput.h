@@ -63,6 +63,12 @@ public:
     std::optional<std::filesystem::path> write_temporary_file(std::string_view name,
                                                               std::string_view contents) const;
 
+    // A new file directly in the temporary directory; fails (with errno set) when anything, a
+    // link included, is there already.
+    UniqueFd create_temporary_file(std::string_view name) const;
+    // Removes that file (a link is removed, never followed); the reason in *error on failure.
+    bool remove_temporary_file(std::string_view name, std::string* error) const;
+
 private:
     RunOutput(std::filesystem::path temporary_directory, std::filesystem::path run_folder,
               std::filesystem::path archive, UniqueFd folder_fd);
