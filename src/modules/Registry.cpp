@@ -1,5 +1,6 @@
 #include "modules/Registry.h"
 
+#include "modules/Autoruns/Autoruns.h"
 #include "modules/Browsers/Browsers.h"
 #include "modules/Net/Net.h"
 #include "modules/Processes/Processes.h"
@@ -17,6 +18,7 @@ Registry Registry::builtin() {
     registry.add("Net", [](const sys::Machine& m) { return std::make_unique<Net>(m); });
     registry.add("TV", [](const sys::Machine& m) { return std::make_unique<TV>(m); });
     registry.add("Browsers", [](const sys::Machine& m) { return std::make_unique<Browsers>(m); });
+    registry.add("Autoruns", [](const sys::Machine& m) { return std::make_unique<Autoruns>(m); });
     return registry;
 }
 

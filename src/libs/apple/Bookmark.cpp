@@ -111,13 +111,8 @@ std::optional<std::uint32_t> find_key(const Toc& toc, std::uint32_t key) {
 }
 
 std::string valid_utf8(std::span<const std::uint8_t> payload) {
-    const std::string_view raw(reinterpret_cast<const char*>(payload.data()), payload.size());
-    std::string out;
-    out.reserve(raw.size());
-    for (std::size_t pos = 0; pos < raw.size();) {
-        plist::utf::append_utf8(out, plist::utf::next_code_point(raw, pos));
-    }
-    return out;
+    return plist::utf::valid_utf8(
+        std::string_view(reinterpret_cast<const char*>(payload.data()), payload.size()));
 }
 
 class Facts {
@@ -190,26 +185,7 @@ std::optional<std::string> derive_path(const std::vector<std::string>& stored,
         is_prefix(volume, parts) ? std::vector<std::string>{} : volume;
     joined.insert(joined.end(), parts.begin(), parts.end());
 
-    std::vector<std::string_view> folded;
-    for (const std::string& part : joined) {
-        // A separator or NUL inside one name would make the joined path name something else.
-        if (part.find_first_of(std::string_view("/\0", 2)) != std::string::npos)
-            return std::nullopt;
-        if (part == ".") continue;
-        if (part == "..") {
-            if (!folded.empty()) folded.pop_back();
-            continue;
-        }
-        folded.push_back(part);
-    }
-    std::string path;
-    for (const std::string_view part : folded) {
-        path += '/';
-        path += part;
-    }
-    if (path.empty()) path = "/";
-    if (path.size() > kMaxPathBytes) return std::nullopt;
-    return path;
+    return path_from_components(std::vector<std::string_view>(joined.begin(), joined.end()));
 }
 
 // Newer blobs store the volume path as a string, older ones as an array of components; absent
@@ -267,6 +243,26 @@ std::optional<std::string> resolve_bookmark(const Bookmark& bookmark,
                                             const sys::FileSystem& files) {
     if (!bookmark.path || !files.exists(*bookmark.path)) return std::nullopt;
     return bookmark.path;
+}
+
+std::optional<std::string> path_from_components(std::span<const std::string_view> parts) {
+    std::vector<std::string_view> folded;
+    for (const std::string_view part : parts) {
+        // A separator or NUL inside one name would make the joined path name something else.
+        if (part.find_first_of(std::string_view("/\0", 2)) != std::string_view::npos)
+            return std::nullopt;
+        if (part.empty() || part == ".") continue;
+        if (part == "..") {
+            if (!folded.empty()) folded.pop_back();
+            continue;
+        }
+        folded.push_back(part);
+    }
+    std::string path;
+    for (const std::string_view part : folded) (path += '/') += part;
+    if (path.empty()) path = "/";
+    if (path.size() > kMaxPathBytes) return std::nullopt;
+    return path;
 }
 
 }  // namespace apple

@@ -17,6 +17,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "libs/plist/Value.h"
 
@@ -53,6 +54,10 @@ struct Bookmark {
 // malformed byte replaced by U+FFFD.
 std::optional<Bookmark> parse_bookmark(std::span<const std::uint8_t> bytes);
 std::optional<Bookmark> parse_bookmark(std::string_view bytes);
+
+// An absolute path from its components: "." and ".." folded (never above "/"), empty components
+// skipped. None when a component holds "/" or NUL, or the path would pass kMaxPathBytes.
+std::optional<std::string> path_from_components(std::span<const std::string_view> parts);
 
 // The stored path when something exists there on the examined machine, else empty.
 std::optional<std::string> resolve_bookmark(const Bookmark& bookmark, const sys::FileSystem& files);

@@ -37,6 +37,12 @@ std::optional<Value> parse(std::string_view bytes, std::string* error) {
         if (error) *error = "property list larger than 256 MiB";
         return std::nullopt;
     }
+    // A file with nothing in it holds no property list (as old-style text it would read as an
+    // empty dictionary, which only a description may be).
+    if (bytes.empty()) {
+        if (error) *error = "Cannot parse a NULL or zero-length data";
+        return std::nullopt;
+    }
     if (bytes.starts_with("bplist0")) return parse_binary(bytes, error);
     if (std::optional<std::string> wide = utf::decode_wide_text(bytes))
         return parse_text(*wide, error);

@@ -6,6 +6,13 @@
 
 namespace plist::utf {
 
+std::string valid_utf8(std::string_view bytes) {
+    std::string out;
+    out.reserve(bytes.size());
+    for (std::size_t pos = 0; pos < bytes.size();) append_utf8(out, next_code_point(bytes, pos));
+    return out;
+}
+
 bool is_valid_utf8(std::string_view text) {
     return simdjson::validate_utf8(text.data(), text.size());
 }

@@ -38,6 +38,9 @@ std::string utf16_to_utf8(const unsigned char* bytes, std::size_t units, bool bi
 // are not in one of those encodings, i.e. they are to be read as UTF-8.
 std::optional<std::string> decode_wide_text(std::string_view bytes);
 
+// The bytes as UTF-8 with each malformed byte replaced by U+FFFD.
+std::string valid_utf8(std::string_view bytes);
+
 // True when the bytes are well-formed UTF-8 (no overlong forms, surrogates or code points past
 // U+10FFFF), as the platform demands of text it turns into a string.
 bool is_valid_utf8(std::string_view text);

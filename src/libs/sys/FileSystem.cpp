@@ -7,6 +7,7 @@
 #include <cerrno>
 
 #include "libs/plist/Reader.h"
+#include "libs/plist/Utf.h"
 #include "libs/sys/FdIo.h"
 #include "libs/sys/Log.h"
 
@@ -111,6 +112,25 @@ std::optional<std::string> FileSystem::read_file(std::string_view path) const {
     auto content = read_all(fd.get(), kMaxWholeFileRead);
     if (!content) logf("File could not be read whole: {}", path);
     return content;
+}
+
+std::optional<std::string> FileSystem::read_utf8_text(std::string_view path,
+                                                      ReadError* error) const {
+    // The codes and words of the platform's file errors, so logs read the same everywhere.
+    auto fail = [&](long code, std::string_view words) -> std::optional<std::string> {
+        if (error) *error = {code, fmt::format("The file \u201c{}\u201d {}", path, words)};
+        return std::nullopt;
+    };
+    if (!exists(path)) return fail(260, "couldn\u2019t be opened because there is no such file.");
+    std::optional<std::string> text = read_file(path);
+    if (!text) {
+        return fail(257,
+                    "couldn\u2019t be opened because you don\u2019t have permission to view it.");
+    }
+    if (!plist::utf::is_valid_utf8(*text)) {
+        return fail(261, "couldn\u2019t be opened using text encoding Unicode (UTF-8).");
+    }
+    return text;
 }
 
 std::optional<plist::Value> FileSystem::read_plist(std::string_view path) const {

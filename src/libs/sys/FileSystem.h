@@ -22,6 +22,12 @@ namespace sys {
 
 enum class FileType { Regular, Directory, Symlink, Fifo, CharDevice, BlockDevice, Socket, Other };
 
+// Why a text read failed, as the platform's file errors put it: a code and a description.
+struct ReadError {
+    long code = 0;
+    std::string description;
+};
+
 struct FileAttributes {
     FileType type = FileType::Other;
     std::uint64_t size = 0;
@@ -64,6 +70,10 @@ public:
     std::optional<std::vector<std::string>> list_directory(std::string_view path) const;
 
     std::optional<std::string> read_file(std::string_view path) const;
+    // The whole file as UTF-8 text; none, with the reason in *error, when it is missing, not a
+    // readable regular file, too large, or not valid UTF-8.
+    std::optional<std::string> read_utf8_text(std::string_view path,
+                                              ReadError* error = nullptr) const;
     // Any property-list format (binary, XML, old-style); empty when unreadable or malformed.
     std::optional<plist::Value> read_plist(std::string_view path) const;
     std::optional<plist::Dictionary> read_plist_dictionary(std::string_view path) const;

@@ -1,6 +1,5 @@
 // Firefox: the application's Info.plist, and per entry of "/Users" the general preferences and
 // every profile's preferences text, history and downloads databases and add-on catalogue.
-#include "libs/plist/Utf.h"
 #include "libs/sys/Log.h"
 #include "libs/sys/StoreOrRaise.h"
 #include "modules/Browsers/Browsers.h"
@@ -123,9 +122,10 @@ plist::Dictionary Browsers::collect_firefox_profile_preferences(std::string_view
         return {};
     }
     debug_file_paths_.push_back(path);
-    std::optional<std::string> text = machine_.files().read_file(path);
-    if (!text || !plist::utf::is_valid_utf8(*text)) {
-        sys::logf("PrThe file could not be read as UTF-8 text: {}", path);
+    sys::ReadError error;
+    std::optional<std::string> text = machine_.files().read_utf8_text(path, &error);
+    if (!text) {
+        sys::logf("Pr{}", error.description);
         return {};
     }
     plist::Dictionary preferences;
