@@ -36,7 +36,7 @@ void ProgressPrinter::show() {
     switch (style_) {
         case Style::Bar:
             // Clear to the end of the line: a shorter status must not leave the old one's tail.
-            write("\r" + bar_text(value_, maximum_, status_) + "\x1b[K");
+            write(fmt::format("\r{}\x1b[K", bar_text(value_, maximum_, status_)));
             break;
         case Style::Lines:
             write(fmt::format("[{}/{}] {}\n", value_, maximum_, status_));

@@ -258,9 +258,9 @@ std::optional<std::string> path_from_components(std::span<const std::string_view
         }
         folded.push_back(part);
     }
+    if (folded.empty()) return std::string(1, '/');
     std::string path;
     for (const std::string_view part : folded) (path += '/') += part;
-    if (path.empty()) path = "/";
     if (path.size() > kMaxPathBytes) return std::nullopt;
     return path;
 }

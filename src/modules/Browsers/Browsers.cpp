@@ -121,6 +121,20 @@ plist::Dictionary Browsers::get_sqlite_db_dictionary(std::string_view path) {
     return read_sqlite_tables(snapshot->path());
 }
 
+void Browsers::add_app_info(std::string_view path, plist::Dictionary& browser) {
+    const std::string info(path);
+    if (!machine_.files().exists(info)) {
+        sys::logf("MAIN - No info.plist at: {}", info);
+        return;
+    }
+    debug_file_paths_.push_back(info);
+    if (std::optional<plist::Dictionary> contents = machine_.files().read_plist_dictionary(info)) {
+        browser[info] = std::move(*contents);
+    } else {
+        sys::logf("Error retrieving dict from: {}", info);
+    }
+}
+
 std::vector<std::string> Browsers::user_names() const {
     return machine_.files().list_directory(kUsersFolder).value_or(std::vector<std::string>{});
 }

@@ -61,6 +61,9 @@ public:
     void copy_debug_files(const sys::OutputPath& module_folder);
 
 private:
+    // The application's Info.plist under its path when it reads (Chrome and Firefox); the path is
+    // listed when the file exists.
+    void add_app_info(std::string_view path, plist::Dictionary& browser);
     // The names in "/Users"; empty when it is missing, unreadable or empty.
     std::vector<std::string> user_names() const;
     // The parsed JSON file (an object or an array), or none with the parser's reason in *error.

@@ -31,17 +31,7 @@ plist::Dictionary Browsers::collect_chrome() {
     sys::log_line("COLECTING CHROME INFO.");
     sys::log_line("MAIN - Colecting info.plist - app.");
     plist::Dictionary chrome;
-    const std::string info(kChromeInfoPlist);
-    if (files.exists(info)) {
-        debug_file_paths_.push_back(info);
-        if (std::optional<plist::Dictionary> contents = files.read_plist_dictionary(info)) {
-            chrome[info] = std::move(*contents);
-        } else {
-            sys::logf("Error retrieving dict from: {}", info);
-        }
-    } else {
-        sys::logf("MAIN - No info.plist at: {}", info);
-    }
+    add_app_info(kChromeInfoPlist, chrome);
 
     sys::log_line("MAIN - Iterating through users.");
     for (const std::string& name : user_names()) {

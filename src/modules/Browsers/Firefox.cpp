@@ -45,17 +45,7 @@ plist::Dictionary Browsers::collect_firefox() {
     sys::log_line("COLECTING FIREFOX INFO.");
     sys::log_line("FIREFOX - INFO.PLIST");
     plist::Dictionary firefox;
-    const std::string info(kFirefoxInfoPlist);
-    if (files.exists(info)) {
-        debug_file_paths_.push_back(info);
-        if (std::optional<plist::Dictionary> contents = files.read_plist_dictionary(info)) {
-            firefox[info] = std::move(*contents);
-        } else {
-            sys::logf("Error retrieving dict from: {}", info);
-        }
-    } else {
-        sys::logf("MAIN - No info.plist at: {}", info);
-    }
+    add_app_info(kFirefoxInfoPlist, firefox);
 
     const std::vector<std::string> users = user_names();
     if (users.empty()) return firefox;

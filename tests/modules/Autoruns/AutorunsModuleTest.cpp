@@ -53,6 +53,9 @@ TEST(AutorunsModule, BrokenEntriesCostOnlyTheirOwnKeys) {
     root.write("/Library/LaunchAgents/.DS_Store", "\0\0\0\1Bud1");
     ::mkfifo((root / "/Library/LaunchAgents/fifo.plist").c_str(), 0600);
     root.symlink("/Library/LaunchAgents/loop.plist", "loop.plist");
+    root.symlink("/Library/LaunchAgents/outside.plist", "../../../../../../../../etc/passwd");
+    root.write("/Library/LaunchAgents/empty.plist", "");
+    root.write("/Library/LaunchAgents/truncated.plist", "bplist00\xd1\x01\x02");
     root.write("/Users/ann/Library/LaunchAgents/bad.plist",
                job({{"ProgramArguments", "/bin/sh -c x"}}));
     root.write("/Library/StartupItems/Bad/StartupParameters.plist", "{ Description = ");
@@ -84,6 +87,35 @@ TEST(AutorunsModule, BrokenEntriesCostOnlyTheirOwnKeys) {
     EXPECT_TRUE(run.logged("[CRONTABS] \n"));
     EXPECT_EQ(at(report, "rcitems"), (Dictionary{{"/etc/rc.common", "#!/bin/sh\n"}}));
     EXPECT_EQ(run.report, modules::ModuleReport{"/bin/sh"});
+}
+
+// The bookmark carried along the archive walk: an object without one (a string) processes the
+// last one again, in the next user's archive too, until a dictionary without data clears it.
+TEST(AutorunsModule, TheCarriedBookmarkCrossesObjectsAndUsers) {
+    if (!fs::exists(kCorpus)) GTEST_SKIP() << "corpus not present at " << kCorpus;
+    const std::string book = test::read_text(kCorpus / "misc/bookmarks/macAlias.bookmark");
+    const std::string archive =
+        "/Library/Application Support/"
+        "com.apple.backgroundtaskmanagementagent/backgrounditems.btm";
+    auto write_archive = [&](test::TempDir& root, const std::string& user, Array objects) {
+        root.write("/Users/" + user + archive,
+                   plist::to_xml(Value(Dictionary{{"$objects", std::move(objects)}})));
+    };
+    test::TempDir root;
+    write_archive(root, "ann", {"$null", plist::Data(book.begin(), book.end()), "a string"});
+    write_archive(root, "bob", {"only a string"});
+    write_archive(root, "cid", {Dictionary{{"NS.keys", Array{}}}, "cleared"});
+    root.write("/Users/dan" + archive, "not a property list");
+    test::ModuleRun run = test::run_module("Autoruns", test::fake_machine(root.path()));
+    const Dictionary& login = at(*run.plist->as_dict(), "loginitems");
+    const Dictionary& ann = at(login, "/Users/ann" + archive);
+    ASSERT_EQ(ann.size(), 1u);
+    EXPECT_TRUE(ann.begin()->second.find("Path") && ann.begin()->second.find("Date"));
+    EXPECT_EQ(at(login, "/Users/bob" + archive), ann);
+    EXPECT_EQ(at(login, "/Users/cid" + archive), Dictionary{});
+    EXPECT_EQ(at(login, "/Users/dan" + archive), Dictionary{});
+    EXPECT_TRUE(run.logged("Content null or no $objects key."));
+    EXPECT_EQ(run.report.size(), 1u);
 }
 
 // The real program over a tree of real persistence files: every place's executable is sampled,
