@@ -42,6 +42,7 @@ TEST(AutorunsModule, AnEmptyMachineGivesFiveEmptyKeys) {
     EXPECT_TRUE(
         run.logged("[STARTUP] Startup path does not exist or is empty: /Library/StartupItems/"));
     EXPECT_TRUE(run.logged("[RCITEMS] rc.common file does not exist"));
+    EXPECT_TRUE(run.logged("[LAUNCHD] Error in getting /Users directories list."));
 }
 
 // Broken and hostile entries: each failing collector costs only its own keys, and nothing blocks.
@@ -55,6 +56,8 @@ TEST(AutorunsModule, BrokenEntriesCostOnlyTheirOwnKeys) {
     root.symlink("/Library/LaunchAgents/loop.plist", "loop.plist");
     root.symlink("/Library/LaunchAgents/outside.plist", "../../../../../../../../etc/passwd");
     root.write("/Library/LaunchAgents/empty.plist", "");
+    root.write("/Library/LaunchAgents/nothing.plist", job({{"ProgramArguments", Array{}}}));
+    root.mkdir("/Library/LaunchDaemons");
     root.write("/Library/LaunchAgents/truncated.plist", "bplist00\xd1\x01\x02");
     root.write("/Users/ann/Library/LaunchAgents/bad.plist",
                job({{"ProgramArguments", "/bin/sh -c x"}}));
@@ -71,7 +74,8 @@ TEST(AutorunsModule, BrokenEntriesCostOnlyTheirOwnKeys) {
     test::ModuleRun run = test::run_module("Autoruns", test::fake_machine(root.path()));
     ASSERT_TRUE(run.plist);
     const Dictionary& report = *run.plist->as_dict();
-    EXPECT_EQ(at(at(report, "launchd"), "/Library/LaunchAgents").size(), 1u);
+    EXPECT_EQ(at(at(report, "launchd"), "/Library/LaunchAgents").size(), 2u);
+    EXPECT_TRUE(run.logged("[LAUNCH] Launch directory count = 0 at path: /Library/LaunchDaemons"));
     EXPECT_TRUE(
         run.logged("[LAUNCHD] Error in getting content at path: /Library/LaunchAgents/fifo.plist"));
     EXPECT_TRUE(run.logged("AUTORUNS - LAUNCHD ITEMS - PATHS CRASHED"));
@@ -149,6 +153,9 @@ TEST(AutorunsModule, EveryPlacesExecutablesReachTheSamples) {
     fs::copy_file(kCorpus / "startup/StartupItems/Apache/StartupParameters.plist",
                   root / "/Library/StartupItems/Apache/StartupParameters.plist");
     root.write("/Library/StartupItems/Apache/Apache", "apache");
+    root.write("/Library/StartupItems/NoParameters/NoParameters", "no parameters");
+    root.write("/Library/StartupItems/README", "a plain file is no item");
+    root.mkdir("/Library/StartupItems/Empty");
 
     const fs::path zip = home / "out.zip";
     const std::string command = std::string(TVTRIAGE_BINARY) + " --quiet --root '" +

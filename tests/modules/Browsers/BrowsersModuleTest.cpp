@@ -4,6 +4,7 @@
 
 #include "libs/apple/Bookmark.h"
 #include "libs/plist/Reader.h"
+#include "libs/plist/XmlWriter.h"
 #include "libs/sys/Exception.h"
 #include "libs/sys/ProgramRunner.h"
 #include "support/FakeMachine.h"
@@ -106,6 +107,8 @@ TEST(BrowsersModule, CollectsEveryUserAndLeavesTheExaminedTreeAsItWas) {
     test::SqliteFile browser(root / (bob + "/Library/Safari/History.db"));
     browser.run("PRAGMA journal_mode=WAL; PRAGMA wal_autocheckpoint=0;")
         .run("CREATE TABLE history_items (url); INSERT INTO history_items VALUES ('https://a');");
+    root.write(bob + "/Library/Safari/Downloads.plist",
+               plist::to_xml(Value(Dictionary{{"Other", 1}})));
     root.mkdir(bob + kChrome + "/Preferences");
     root.write(bob + kChrome + "/Secure Preferences", "{}");
     test::make_database(root / (bob + kChrome + "/History"),
@@ -140,6 +143,10 @@ TEST(BrowsersModule, CollectsEveryUserAndLeavesTheExaminedTreeAsItWas) {
     const Dictionary& bob_history =
         at(at(at(report, "Safari"), bob + "/Library/Safari"), "History");
     EXPECT_EQ(*bob_history.at("history_items").find("Data"), Value(Array{Array{"https://a"}}));
+    // Without "DownloadHistory" the file comes back whole, after a line that says otherwise.
+    EXPECT_EQ(at(at(at(report, "Safari"), bob + "/Library/Safari"), "Downloads"),
+              (Dictionary{{"Other", "1"}}));
+    EXPECT_TRUE(run.logged("downloads.plist does not contain DownloadHistory key."));
 
     // Chrome: cara has no key; bob's preferences stop at the unreadable file.
     const Dictionary& chrome = at(report, "Chrome");
