@@ -3,9 +3,7 @@
 
 #include <cstdio>
 #include <filesystem>
-#include <sstream>
 #include <string>
-#include <vector>
 
 namespace test {
 
@@ -22,13 +20,6 @@ inline std::string shell_output(const std::string& command) {
 
 inline std::string zip_member(const std::filesystem::path& archive, const std::string& member) {
     return shell_output("unzip -p '" + archive.string() + "' '" + member + "' 2>/dev/null");
-}
-
-inline std::vector<std::string> zip_members(const std::filesystem::path& archive) {
-    std::istringstream listing(shell_output("unzip -Z1 '" + archive.string() + "' 2>/dev/null"));
-    std::vector<std::string> members;
-    for (std::string line; std::getline(listing, line);) members.push_back(line);
-    return members;
 }
 
 }  // namespace test

@@ -25,7 +25,6 @@ struct ModuleRun {
     const std::filesystem::path& temporary_directory() const { return scratch->dir().path(); }
 };
 
-ModuleRun run_module(modules::Module& module, const std::string& name);
 // The built-in module of that name over machine.
 ModuleRun run_module(const std::string& name, const sys::Machine& machine);
 

@@ -9,7 +9,6 @@
 namespace platform::linux_host {
 namespace {
 
-using Strings = std::vector<std::string>;
 using plist::Array, plist::Dictionary;
 
 TEST(LinuxHostProfileItems, HardwareTakesOnlyWhatCanBeRead) {
