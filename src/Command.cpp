@@ -4,20 +4,18 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <set>
 
 #include <fmt/format.h>
 
 #include "ModulesConfig.h"
 #include "ProgressPrinter.h"
+#include "RunPlace.h"
 #include "libs/sys/FdIo.h"
 #include "platform/ProgramPath.h"
 #include "tvtriage.h"
 
 namespace {
-
-constexpr const char* kArchiveName = "tvtriage_results.zip";
 
 // What zip's exit statuses mean, for the ones a run can meet.
 constexpr std::pair<int, const char*> kZipStatuses[] = {
@@ -40,28 +38,16 @@ void say(int fd, const std::string& text) {
 }
 
 std::filesystem::path temporary_directory(const CommandOptions& options) {
-    if (options.workdir) return *options.workdir;
-    const char* tmpdir = std::getenv("TMPDIR");
-    return tmpdir && *tmpdir ? std::filesystem::path(tmpdir) : std::filesystem::path("/tmp");
+    return options.workdir ? *options.workdir : default_temporary_directory();
 }
 
 // The archive's place, or an explanation of why there is none.
 std::optional<std::filesystem::path> archive_path(const CommandOptions& options,
                                                   std::string* problem) {
     if (options.output) return *options.output;
-    const char* home = std::getenv("HOME");
-    if (!home || !*home || home[0] != '/') {
-        *problem = "HOME is not set to a folder, so there is no Desktop to put " +
-                   std::string(kArchiveName) + " on; name the archive with --output FILE";
-        return std::nullopt;
-    }
-    std::filesystem::path desktop = std::filesystem::path(home) / "Desktop";
-    if (!sys::FileSystem::host().is_directory(desktop.string())) {
-        *problem = "the Desktop folder " + desktop.string() + " does not exist; " + kArchiveName +
-                   " is written there. Create it, or name the archive with --output FILE";
-        return std::nullopt;
-    }
-    return desktop / kArchiveName;
+    auto archive = desktop_archive(problem);
+    if (!archive) *problem += ". Name the archive with --output FILE instead";
+    return archive;
 }
 
 // Registered names only, each once: anything else would make folders the driver never meant.
@@ -141,15 +127,10 @@ int run_command(const CommandOptions& options, int terminal_fd) {
         say(terminal_fd, "tvtriage: --root " + options.root.string() + " is not a folder");
         return kExitUsage;
     }
-    std::filesystem::path temporary = temporary_directory(options);
-    if (!sys::FileSystem::host().is_directory(temporary.string())) {
-        say(terminal_fd, "tvtriage: the working folder " + temporary.string() + " does not exist");
-        return kExitNoArchive;
-    }
     std::string problem;
     auto archive = archive_path(options, &problem);
     std::optional<sys::RunOutput> output;
-    if (archive) output = sys::RunOutput::open(temporary, *archive, &problem);
+    if (archive) output = open_run_output(temporary_directory(options), *archive, &problem);
     if (!output) {
         say(terminal_fd, "tvtriage: " + problem);
         return kExitNoArchive;
