@@ -19,19 +19,6 @@ std::size_t count_sample_copies(const sys::OutputPath& samples_folder) {
 
 }  // namespace
 
-bool tvtriage::guarded(std::string_view heading, const std::function<void()>& step) {
-    try {
-        step();
-        return true;
-    } catch (const std::exception& error) {
-        Disk::log_exception(heading, error);
-    } catch (...) {
-        Disk::log_exception(heading,
-                            sys::Exception("UnknownException", "a non-standard exception"));
-    }
-    return false;
-}
-
 void tvtriage::collect(const RunSettings& settings, std::vector<std::string> names,
                        const sys::OutputPath& run_folder, const Callbacks& callbacks,
                        sys::MainQueue& main_queue, RunSummary& summary) {
@@ -46,7 +33,7 @@ void tvtriage::collect(const RunSettings& settings, std::vector<std::string> nam
         on_main([&] { callbacks.status(name); });
         const sys::OutputPath module_folder = run_folder / name;
         ++summary.modules_run;
-        const bool ran = guarded("MODULE CRASHED - " + name, [&] {
+        const bool ran = Disk::guarded("MODULE CRASHED - " + name, [&] {
             std::unique_ptr<modules::Module> module = settings.registry->create(name, machine);
             sys::logf("Starting module: {}", name);
             if (!module) {
@@ -70,7 +57,7 @@ void tvtriage::collect(const RunSettings& settings, std::vector<std::string> nam
     const sys::OutputPath samples_folder = run_folder / kSamplesFolderName;
     sys::log_line("Copying samples from paths list to the Samples folder.");
     on_main([&] { callbacks.status("Copying samples"); });
-    guarded("COPYING CRASHED", [&] {
+    Disk::guarded("COPYING CRASHED", [&] {
         Disk::copy_samples(machine.files(), samples, samples_folder,
                            Disk::get_enabled_ignore_list(settings.modules_config));
     });
@@ -82,7 +69,7 @@ void tvtriage::collect(const RunSettings& settings, std::vector<std::string> nam
 
     sys::log_line("Archieving to Desktop.");
     on_main([&] { callbacks.status("Zipping"); });
-    guarded("ARCHIEVING CRASHED", [&] {
+    Disk::guarded("ARCHIEVING CRASHED", [&] {
         try {
             summary.zip_status =
                 Disk::zip_samples_to_desktop(machine.programs(), run_folder.output());

@@ -12,7 +12,6 @@
 #include "ProgressPrinter.h"
 #include "RunPlace.h"
 #include "libs/sys/FdIo.h"
-#include "platform/ProgramPath.h"
 #include "tvtriage.h"
 
 namespace {
@@ -113,7 +112,7 @@ int run_command(const CommandOptions& options, int terminal_fd) {
         }
         config = std::move(*read);
     } else {
-        config = default_modules_config(platform::program_path().parent_path());
+        config = default_modules_config(configuration_folder());
     }
     if (options.list_modules) return list_modules(config, registry);
     if (options.modules) {

@@ -3,6 +3,13 @@
 #include <cstdlib>
 
 #include "libs/sys/FileSystem.h"
+#include "platform/ProgramPath.h"
+
+std::filesystem::path configuration_folder() {
+    const std::filesystem::path program_folder = platform::program_path().parent_path();
+    if (program_folder.filename() == "MacOS") return program_folder.parent_path() / "Resources";
+    return program_folder;
+}
 
 std::filesystem::path default_temporary_directory() {
     const char* tmpdir = std::getenv("TMPDIR");

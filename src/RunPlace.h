@@ -10,6 +10,10 @@
 
 inline constexpr const char* kArchiveName = "tvtriage_results.zip";
 
+// Where the bundled modules.plist is: in a macOS application bundle among its resources
+// (Contents/Resources, beside Contents/MacOS where the program is), elsewhere beside the program.
+std::filesystem::path configuration_folder();
+
 // $TMPDIR, else /tmp.
 std::filesystem::path default_temporary_directory();
 

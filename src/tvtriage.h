@@ -64,10 +64,6 @@ public:
     static std::thread start(const RunSettings& settings, Callbacks callbacks,
                              sys::MainQueue& main_queue, RunSummary* summary = nullptr);
 
-    // Runs one step of the job; whatever it throws is logged under the heading ("MODULE CRASHED -
-    // Net", "COPYING CRASHED", ...) and the run goes on. False when the step threw.
-    static bool guarded(std::string_view heading, const std::function<void()>& step);
-
 private:
     static void collect(const RunSettings& settings, std::vector<std::string> names,
                         const sys::OutputPath& run_folder, const Callbacks& callbacks,

@@ -55,6 +55,10 @@ public:
     // The heading line as given, then the exception's name, reason, user information, call-stack
     // symbols and call-stack return addresses, one log line each.
     static void log_exception(std::string_view heading, const std::exception& error);
+    // Runs one risky step; whatever it throws (standard or not) is logged under the heading
+    // ("MODULE CRASHED - Net", "AUTORUNS - CRONTABS CRASHED", ...) and the caller goes on.
+    // False when the step threw.
+    static bool guarded(std::string_view heading, const std::function<void()>& step);
     // What the dictionary's description reads back as once every "<null>" in it is replaced by
     // "null value": every leaf but data becomes a string, nulls become "null value", and
     // "<null>" inside strings and keys is replaced too. Taken by value: callers move their

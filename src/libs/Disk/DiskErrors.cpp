@@ -27,6 +27,18 @@ std::string describe_addresses(const std::vector<void*>& addresses) {
 
 }  // namespace
 
+bool Disk::guarded(std::string_view heading, const std::function<void()>& step) {
+    try {
+        step();
+        return true;
+    } catch (const std::exception& error) {
+        log_exception(heading, error);
+    } catch (...) {
+        log_exception(heading, sys::Exception("UnknownException", "a non-standard exception"));
+    }
+    return false;
+}
+
 void Disk::log_error(const std::exception& error, std::string_view label) {
     log_exception(std::string(label) + " CRASHED", error);
 }

@@ -89,6 +89,10 @@ std::optional<std::vector<std::string>> FileSystem::list_directory(std::string_v
     return list_folder(folder.get());
 }
 
+std::vector<std::string> FileSystem::entries_of(std::string_view path) const {
+    return list_directory(path).value_or(std::vector<std::string>{});
+}
+
 UniqueFd FileSystem::open_regular(std::string_view path) const {
     auto host = host_path(path);
     struct stat st {};

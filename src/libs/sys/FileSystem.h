@@ -68,6 +68,9 @@ public:
     std::optional<std::string> link_destination(std::string_view path) const;
     // Entry names (not "." and ".."), sorted so that runs are reproducible.
     std::optional<std::vector<std::string>> list_directory(std::string_view path) const;
+    // The same names, or none at all when the folder is missing, not a folder or unreadable: for
+    // the many collectors that treat those alike.
+    std::vector<std::string> entries_of(std::string_view path) const;
 
     std::optional<std::string> read_file(std::string_view path) const;
     // The whole file as UTF-8 text; none, with the reason in *error, when it is missing, not a

@@ -3,6 +3,7 @@
 #include <set>
 
 #include "libs/Disk/Disk.h"
+#include "libs/sys/Exception.h"
 #include "libs/sys/Log.h"
 
 namespace modules {
@@ -11,12 +12,9 @@ namespace {
 // Runs one collector; what it throws is logged under the label and gives the empty value.
 template <typename Result, typename Collect>
 Result guarded(std::string_view label, Collect collect) {
-    try {
-        return collect();
-    } catch (const std::exception& error) {
-        Disk::log_error(error, label);
-        return Result{};
-    }
+    Result result{};
+    Disk::guarded(std::string(label) + " CRASHED", [&] { result = collect(); });
+    return result;
 }
 
 }  // namespace
@@ -56,6 +54,11 @@ ModuleReport Autoruns::start(const sys::OutputPath& module_folder) {
         unique.insert(paths->begin(), paths->end());
     }
     return ModuleReport(unique.begin(), unique.end());
+}
+
+void Autoruns::unexpected_kind(std::string_view what, std::string_view file) {
+    throw sys::Exception("NSInvalidArgumentException",
+                         fmt::format("\"{}\" in {} is not of the kind expected", what, file));
 }
 
 bool Autoruns::check_if_app(std::string_view path) const {

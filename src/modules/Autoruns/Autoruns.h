@@ -51,6 +51,10 @@ public:
     plist::Dictionary read_rcitems() const;
 
 private:
+    // What the platform raises when a value of the wrong kind meets the code that uses it: the
+    // collector ends there, and its guard logs it.
+    [[noreturn]] static void unexpected_kind(std::string_view what, std::string_view file);
+
     const sys::Machine& machine_;
 };
 

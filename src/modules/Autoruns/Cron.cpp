@@ -55,10 +55,7 @@ std::vector<std::string> Autoruns::cron_path(std::string_view line) const {
 Autoruns::Collected Autoruns::read_crontabs() const {
     const sys::FileSystem& files = machine_.files();
     Collected cron;
-    const std::vector<std::string> names =
-        files.is_directory(kCrontabFolder)
-            ? files.list_directory(kCrontabFolder).value_or(std::vector<std::string>{})
-            : std::vector<std::string>{};
+    const std::vector<std::string> names = files.entries_of(kCrontabFolder);
     if (names.empty()) {
         sys::log_line("[CRONTABS] Crontabs directory does not exist or empty:");
         sys::log_line("(null)");

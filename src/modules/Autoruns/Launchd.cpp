@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <cstring>
 
-#include "libs/sys/Exception.h"
 #include "libs/sys/Log.h"
 #include "modules/Autoruns/Autoruns.h"
 
@@ -23,11 +22,6 @@ constexpr std::string_view kLaunchFolders[] = {
 };
 constexpr std::string_view kUserLaunchFolders[] = {"/Library/LaunchAgents",
                                                    "/Library/LaunchDaemons"};
-
-[[noreturn]] void unexpected_kind(std::string_view key, std::string_view job) {
-    throw sys::Exception("NSInvalidArgumentException",
-                         fmt::format("\"{}\" of {} is not of the kind a job needs", key, job));
-}
 
 }  // namespace
 

@@ -3,7 +3,6 @@
 #include "libs/apple/Alias.h"
 #include "libs/apple/Bookmark.h"
 #include "libs/apple/KeyedArchive.h"
-#include "libs/sys/Exception.h"
 #include "libs/sys/Log.h"
 #include "modules/Autoruns/Autoruns.h"
 
@@ -14,11 +13,6 @@ constexpr std::string_view kArchive =
     "/Library/Application Support/com.apple.backgroundtaskmanagementagent/backgrounditems.btm";
 constexpr std::string_view kPreferences = "/Library/Preferences/com.apple.loginitems.plist";
 constexpr std::string_view kHideOnLaunch = "com.apple.loginitem.HideOnLaunch";
-
-[[noreturn]] void unexpected_kind(std::string_view what, std::string_view file) {
-    throw sys::Exception("NSInvalidArgumentException",
-                         fmt::format("{} in {} is not of the kind a login item needs", what, file));
-}
 
 // The bookmark carried along the walk: it spans objects, files and users, and also takes the
 // bookmark made from the last alias of a preferences file. So an object that carries none (a
@@ -31,8 +25,7 @@ Autoruns::Collected Autoruns::read_loginitems() const {
     const sys::FileSystem& files = machine_.files();
     Collected login;
     CarriedBookmark carried;
-    const std::vector<std::string> users =
-        files.list_directory("/Users").value_or(std::vector<std::string>{});
+    const std::vector<std::string> users = files.entries_of("/Users");
 
     auto read_archive = [&](const std::string& path) {
         if (!files.exists(path)) {
@@ -47,8 +40,7 @@ Autoruns::Collected Autoruns::read_loginitems() const {
         for (const plist::Value& object : objects ? *objects : plist::Array{}) {
             const apple::ObjectBookmark found = apple::object_bookmark(object);
             if (found.kind == apple::ObjectBookmark::Kind::Bytes) {
-                carried = apple::parse_bookmark(
-                    std::span<const std::uint8_t>(found.bytes->data(), found.bytes->size()));
+                carried = apple::parse_bookmark(*found.bytes);
             } else if (found.kind == apple::ObjectBookmark::Kind::Cleared) {
                 carried.reset();
             }
@@ -89,7 +81,7 @@ Autoruns::Collected Autoruns::read_loginitems() const {
         if (!list->as_array()) unexpected_kind("CustomListItems", path);
         plist::Dictionary items;
         for (const plist::Value& item : *list->as_array()) {
-            if (!item.as_dict()) unexpected_kind("An item", path);
+            if (!item.as_dict()) unexpected_kind("An item of CustomListItems", path);
             const plist::Value* name = item.find("Name");
             if (!name) continue;
             if (!name->as_string()) unexpected_kind("Name", path);
@@ -101,9 +93,7 @@ Autoruns::Collected Autoruns::read_loginitems() const {
             }
             if (const plist::Value* alias = item.find("Alias")) {
                 if (!alias->as_data()) unexpected_kind("Alias", path);
-                const plist::Data& bytes = *alias->as_data();
-                carried = apple::bookmark_from_alias(
-                    std::span<const std::uint8_t>(bytes.data(), bytes.size()));
+                carried = apple::bookmark_from_alias(*alias->as_data());
                 std::optional<std::string> target =
                     carried ? apple::resolve_bookmark(*carried, files) : std::nullopt;
                 if (target && !check_if_app(*target)) {

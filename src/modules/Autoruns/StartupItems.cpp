@@ -20,10 +20,7 @@ Autoruns::Collected Autoruns::read_startup_items() const {
     Collected startup;
     for (std::string_view root_view : kStartupRoots) {
         const std::string root(root_view);
-        const std::vector<std::string> entries =
-            files.is_directory(root)
-                ? files.list_directory(root).value_or(std::vector<std::string>{})
-                : std::vector<std::string>{};
+        const std::vector<std::string> entries = files.entries_of(root);
         if (entries.empty()) {
             sys::logf("[STARTUP] Startup path does not exist or is empty: {}", root);
             continue;
@@ -31,9 +28,8 @@ Autoruns::Collected Autoruns::read_startup_items() const {
         plist::Dictionary items;
         for (const std::string& entry : entries) {
             const std::string folder = root + entry;
-            if (!files.is_directory(folder)) continue;
-            const std::vector<std::string> contents =
-                files.list_directory(folder).value_or(std::vector<std::string>{});
+            // A plain file or an empty folder is no item.
+            const std::vector<std::string> contents = files.entries_of(folder);
             if (contents.empty()) continue;
             if (std::ranges::find(contents, kParametersFile) != contents.end()) {
                 // An unreadable parameters file stores nothing, which raises: the whole

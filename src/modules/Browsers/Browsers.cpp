@@ -1,7 +1,6 @@
 #include "modules/Browsers/Browsers.h"
 
 #include <algorithm>
-#include <exception>
 
 #include "libs/Disk/Disk.h"
 #include "libs/plist/Json.h"
@@ -49,11 +48,7 @@ ModuleReport Browsers::start(const sys::OutputPath& module_folder) {
     sys::log_line("Writing the final plist.");
     Disk::write_plist(plist::Value(Disk::sanitize_json_dict(std::move(browsers))),
                       module_folder / "Browsers.plist");
-    try {
-        copy_debug_files(module_folder);
-    } catch (const std::exception& error) {
-        Disk::log_error(error, "BROWSERS - COPY DEBUG FILES.");
-    }
+    Disk::guarded("BROWSERS - COPY DEBUG FILES. CRASHED", [&] { copy_debug_files(module_folder); });
     return {};
 }
 
@@ -136,7 +131,7 @@ void Browsers::add_app_info(std::string_view path, plist::Dictionary& browser) {
 }
 
 std::vector<std::string> Browsers::user_names() const {
-    return machine_.files().list_directory(kUsersFolder).value_or(std::vector<std::string>{});
+    return machine_.files().entries_of(kUsersFolder);
 }
 
 std::optional<plist::Value> Browsers::read_json(const std::string& path, bool* unreadable,

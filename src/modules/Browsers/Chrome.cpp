@@ -142,8 +142,7 @@ plist::Dictionary Browsers::collect_chrome_extensions(std::string_view profile) 
     const sys::FileSystem& files = machine_.files();
     sys::log_line("CHROME - Extensions.");
     const std::string folder = std::string(profile) + "/Extensions";
-    const std::vector<std::string> identifiers =
-        files.list_directory(folder).value_or(std::vector<std::string>{});
+    const std::vector<std::string> identifiers = files.entries_of(folder);
     if (identifiers.empty()) {
         sys::logf("No extension folder found at path: {}", folder);
         return {};

@@ -26,11 +26,7 @@ std::optional<DatabaseCopy> DatabaseCopy::into_run_folder(const sys::FileSystem&
                                                           const sys::RunOutput& output,
                                                           std::string* error) {
     DatabaseCopy copy(output, Place::RunFolder, std::string(kSnapshotName));
-    // Left by a run that ended before removing it.
-    copy.remove_file(copy.name_, nullptr);
-    for (std::string_view suffix : kLeftoverSuffixes) {
-        copy.remove_file(copy.name_ + std::string(suffix), nullptr);
-    }
+    copy.remove_files(nullptr);  // left by a run that ended before removing it
     return make(files, source, std::move(copy), error);
 }
 
@@ -101,6 +97,10 @@ std::filesystem::path DatabaseCopy::path() const {
 
 bool DatabaseCopy::remove(std::string* error) {
     removed_ = true;
+    return remove_files(error);
+}
+
+bool DatabaseCopy::remove_files(std::string* error) const {
     for (std::string_view suffix : kLeftoverSuffixes) {
         remove_file(name_ + std::string(suffix), nullptr);
     }

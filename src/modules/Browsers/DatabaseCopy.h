@@ -51,6 +51,8 @@ private:
                                             DatabaseCopy copy, std::string* error);
     sys::UniqueFd create(const std::string& name) const;
     bool remove_file(const std::string& name, std::string* error) const;
+    // The copy and whatever SQLite left beside it; false when the copy itself stays.
+    bool remove_files(std::string* error) const;
 
     const sys::RunOutput* output_;
     Place place_;

@@ -64,8 +64,7 @@ plist::Dictionary Browsers::collect_firefox() {
         }
 
         const std::string profiles_folder = home + std::string(kProfilesFolder);
-        const std::vector<std::string> profiles =
-            files.list_directory(profiles_folder).value_or(std::vector<std::string>{});
+        const std::vector<std::string> profiles = files.entries_of(profiles_folder);
         if (profiles.empty()) {
             sys::log_line("MAIN - Retrieving profiles failed.");
         } else {

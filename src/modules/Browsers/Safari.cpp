@@ -108,8 +108,7 @@ plist::Dictionary Browsers::collect_safari_downloads(std::string_view safari_fol
             std::optional<std::string> resolved;
             std::string reason = "The bookmark data is not readable.";
             if (const plist::Data* data = field->second.as_data()) {
-                if (auto bookmark = apple::parse_bookmark(
-                        std::span<const std::uint8_t>(data->data(), data->size()))) {
+                if (auto bookmark = apple::parse_bookmark(*data)) {
                     resolved = apple::resolve_bookmark(*bookmark, files);
                     reason = "Nothing exists at the bookmark's path: " +
                              bookmark->path.value_or("(no path)");
