@@ -38,6 +38,9 @@ public:
 
     static constexpr std::string_view kMissingFileMd5 = "File could not be found/invalid path";
     static constexpr std::uint64_t kMaxSampleSize = 10000000;
+    // Larger files get the placeholder instead of an MD5: a planted sparse file must not hold
+    // the run for hours. Executables on real machines stay far below this.
+    static constexpr std::uint64_t kMaxHashedSize = 256ull << 20;
 
     // ---- Output files and logs ----
 

@@ -1,18 +1,16 @@
 // MD5 digests of the reported files. Hashing is quiet and may run on several threads; the log
 // lines are written afterwards in the order of the paths, so logs read the same on every run.
+#include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <memory>
-#include <system_error>
-#include <thread>
 #include <unordered_map>
 
 #include "libs/Disk/Disk.h"
 #include "libs/Disk/Md5.h"
 #include "libs/sys/Log.h"
+#include "libs/sys/Workers.h"
 
 namespace {
 
@@ -21,63 +19,62 @@ namespace {
 constexpr std::size_t kReadChunk = 256 << 10;
 constexpr unsigned kMaxHashingThreads = 8;
 
-using Outcome = std::optional<std::string>;  // MD5 text, or empty when the file is unusable
+struct Outcome {
+    std::optional<std::string> md5;  // empty when the file is unusable
+    bool too_large = false;
+};
 
 Outcome digest_file(const sys::FileSystem& files, const std::string& path, char* buffer) {
+    const Outcome too_large{std::nullopt, true};
     // Only regular files are opened: a FIFO or a device named by a hostile report never blocks.
     sys::UniqueFd fd = files.open_regular(path);
-    if (!fd) return std::nullopt;
+    if (!fd) return {};
+    // A sparse file of exabytes is made in an instant and would be hashed for ever; one that
+    // keeps growing likewise. Both stop at the limit, before or while reading.
+    struct stat st {};
+    if (::fstat(fd.get(), &st) != 0) return {};
+    if (static_cast<std::uint64_t>(st.st_size) > Disk::kMaxHashedSize) return too_large;
     try {
         Md5 md5;
+        std::uint64_t total = 0;
         for (;;) {
             ssize_t n = ::read(fd.get(), buffer, kReadChunk);
             if (n < 0 && errno == EINTR) continue;
-            if (n < 0) return std::nullopt;
+            if (n < 0) return {};
             if (n == 0) break;
+            total += static_cast<std::uint64_t>(n);
+            if (total > Disk::kMaxHashedSize) return too_large;
             md5.update(buffer, static_cast<std::size_t>(n));
         }
-        return Md5::to_hex(md5.finish());
+        return {Md5::to_hex(md5.finish())};
     } catch (const std::exception&) {
         // The digest library failing on one file costs that file only.
-        return std::nullopt;
+        return {};
     }
 }
 
 std::string logged(const std::string& path, const Outcome& outcome) {
-    if (!outcome) {
+    if (outcome.too_large) {
+        sys::logf("The file is larger than {} bytes and is not hashed: {}", Disk::kMaxHashedSize,
+                  path);
+    }
+    if (!outcome.md5) {
         sys::logf("ERROR GETTING FILE MD5 for:{}", path);
         return std::string(Disk::kMissingFileMd5);
     }
     sys::logf("Generated md5 for file at: {}", path);
-    sys::log_line(*outcome);
-    return *outcome;
+    sys::log_line(*outcome.md5);
+    return *outcome.md5;
 }
 
 std::vector<Outcome> digest_all(const sys::FileSystem& files,
                                 const std::vector<std::string>& paths) {
     std::vector<Outcome> outcomes(paths.size());
-    std::atomic<std::size_t> next{0};
-    auto work = [&] {
-        std::unique_ptr<char[]> buffer(new char[kReadChunk]);
-        for (std::size_t i; (i = next.fetch_add(1)) < paths.size();) {
-            outcomes[i] = digest_file(files, paths[i], buffer.get());
-        }
-    };
-
-    // The calling thread works too, so helpers = threads wanted - 1.
-    const std::size_t wanted = std::min<std::size_t>(
-        {std::max(1u, std::thread::hardware_concurrency()), kMaxHashingThreads, paths.size()});
-    std::vector<std::jthread> helpers;
-    for (std::size_t t = 1; t < wanted; ++t) {
-        try {
-            helpers.emplace_back(work);
-        } catch (const std::system_error&) {
-            break;  // fewer threads only means slower
-        }
-    }
-    work();
-    // Joined before the outcomes are handed out, not when the vector goes out of scope.
-    helpers.clear();
+    sys::for_each_item(paths.size(), kMaxHashingThreads, [&](std::size_t i) {
+        // One buffer per thread, reused for every file it hashes.
+        thread_local std::unique_ptr<char[]> buffer(new char[kReadChunk]);
+        outcomes[i] = digest_file(files, paths[i], buffer.get());
+    });
     return outcomes;
 }
 

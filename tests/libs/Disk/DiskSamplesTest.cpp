@@ -101,8 +101,10 @@ TEST(DiskDigest, UnusablePathsGetThePlaceholderWithoutBlocking) {
     test::TempDir root;
     root.mkdir("folder");
     ASSERT_EQ(::mkfifo((root / "fifo").c_str(), 0600), 0);
+    // A sparse terabyte would take the better part of an hour to hash.
+    fs::resize_file(root.write("sparse", ""), 1ull << 40);
     const sys::FileSystem fixture(root.path()), live("/");
-    const Lines paths{"/folder", "", "/fifo", "/dev/zero", "/dev/null"};
+    const Lines paths{"/folder", "", "/fifo", "/dev/zero", "/dev/null", "/sparse"};
     test::CapturedLog log;
     auto hashing = std::async(std::launch::async, [&] {
         Lines md5s;
@@ -111,11 +113,13 @@ TEST(DiskDigest, UnusablePathsGetThePlaceholderWithoutBlocking) {
         return md5s;
     });
     if (hashing.wait_for(std::chrono::seconds(60)) != std::future_status::ready) {
-        std::cout << "FAILED: hashing a FIFO or a device blocked" << std::endl;
+        std::cout << "FAILED: hashing a FIFO, a device or a sparse file blocked" << std::endl;
         std::_Exit(1);
     }
     EXPECT_EQ(hashing.get(), Lines(paths.size(), std::string(Disk::kMissingFileMd5)));
     EXPECT_TRUE(log.contains("ERROR GETTING FILE MD5 for:/fifo"));
+    EXPECT_TRUE(log.contains("not hashed: /sparse"));
+    EXPECT_TRUE(log.contains("ERROR GETTING FILE MD5 for:/sparse"));
 }
 
 // Copies are named by the MD5 they are listed with; here each file's name in capitals.
@@ -125,16 +129,19 @@ TEST(DiskCopySamples, CopiesEachUsableFileUnderItsMd5AndNeverThroughALink) {
     const sys::FileSystem files(root.path());
     const sys::OutputPath folder = scratch.folder("Samples");
     for (const char* name : {"a", "b", "ignored"}) root.write(std::string("bin/") + name, name);
+    // Same content under a second name: one copy, made from the first path.
+    root.write("bin/a-again", "a");
     root.write("bin/empty", "");
     fs::resize_file(root.write("bin/exact", ""), Disk::kMaxSampleSize);
     fs::resize_file(root.write("bin/over", ""), Disk::kMaxSampleSize + 1);
     // A chain of links must not hide the size of what it ends at.
     root.symlink("bin/chain", "/bin/chain-2");
     root.symlink("bin/chain-2", "/bin/over");
-    const Disk::SamplesDictionary samples{
-        {"/bin/a", "A"},         {"/bin/b", "B"},       {"/bin/empty", "EMPTY"},
-        {"/bin/ignored", "IGN"}, {"/bin/exact", "EX"},  {"/bin/over", "OVER"},
-        {"/bin/chain", "CHAIN"}, {"/bin/missing", "M"}, {"/bin/", "DIR"}};
+    const Disk::SamplesDictionary samples{{"/bin/a", "A"},         {"/bin/b", "B"},
+                                          {"/bin/empty", "EMPTY"}, {"/bin/ignored", "IGN"},
+                                          {"/bin/exact", "EX"},    {"/bin/over", "OVER"},
+                                          {"/bin/chain", "CHAIN"}, {"/bin/missing", "M"},
+                                          {"/bin/", "DIR"},        {"/bin/a-again", "A"}};
     const auto copies = [&] { return std::distance(fs::directory_iterator(folder.path()), {}); };
     // An earlier pass's copy is kept; a link planted where a copy goes is replaced, never
     // written through.
@@ -152,8 +159,9 @@ TEST(DiskCopySamples, CopiesEachUsableFileUnderItsMd5AndNeverThroughALink) {
     EXPECT_EQ(fs::file_size(folder.path() / "EX"), Disk::kMaxSampleSize);
     EXPECT_EQ(test::read_text(folder.path() / "B"), "earlier copy");
     EXPECT_EQ(test::read_text(victim), "untouched");
-    for (const char* too_big : {"/bin/over", "/bin/chain"})
-        EXPECT_FALSE(log.contains(std::string("Copying file at path:") + too_big)) << "not tried";
+    EXPECT_TRUE(log.contains("Copying file at path:/bin/a\n"));
+    for (const char* not_tried : {"/bin/over", "/bin/chain", "/bin/a-again"})
+        EXPECT_FALSE(log.contains(std::string("Copying file at path:") + not_tried)) << not_tried;
 
     Disk::copy_samples(files, samples, folder, std::nullopt);
     EXPECT_EQ(test::read_text(folder.path() / "IGN"), "ignored");
