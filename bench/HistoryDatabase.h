@@ -18,10 +18,15 @@
 
 namespace history {
 
-constexpr int kUrls = 300000;
-constexpr int kVisits = 1000000;
-constexpr int kDownloads = 2000;
-constexpr int kSearchTerms = 3000;
+// How many rows each table gets; the default is the busy machine's.
+struct Shape {
+    std::int64_t urls = 300000;
+    std::int64_t visits = 1000000;
+    std::int64_t downloads = 2000;
+    std::int64_t search_terms = 3000;
+
+    std::int64_t rows() const { return 4 + urls + visits + downloads + search_terms; }
+};
 
 // Chrome-style time: microseconds since 1601-01-01, here early 2024, and a year of it.
 constexpr std::int64_t kNow = 13350000000000000;
@@ -98,6 +103,7 @@ private:
 
 class Random {
 public:
+    explicit Random(std::uint64_t seed = 20240101) : engine_(seed) {}
     std::int64_t below(std::int64_t bound) {
         return static_cast<std::int64_t>(engine_() % static_cast<std::uint64_t>(bound));
     }
@@ -111,7 +117,7 @@ public:
     }
 
 private:
-    std::mt19937_64 engine_{20240101};  // the engine, unlike the distributions, is the same
+    std::mt19937_64 engine_;  // the engine, unlike the distributions, is the same everywhere
 };
 
 // Titles carry what real ones do: ampersands, a dash outside ASCII, accented words.
@@ -207,33 +213,35 @@ inline void create_tables(const Database& db) {
         " term LONGVARCHAR NOT NULL, normalized_term LONGVARCHAR NOT NULL);");
 }
 
-inline void fill_urls(const Database& db, Random& random) {
+inline void fill_urls(const Database& db, Random& random, const Shape& shape) {
     Statement insert(db, "INSERT INTO urls VALUES (?, ?, ?, ?, ?, ?, ?)");
-    for (std::int64_t id = 1; id <= kUrls; ++id) {
+    for (std::int64_t id = 1; id <= shape.urls; ++id) {
         const std::int64_t visits = random.percent(70) ? random.between(1, 5) : random.below(300);
         insert.insert(id, url(random), title(random), visits, random.percent(10) ? 1 : 0,
                       kNow - random.below(kYear), random.percent(5) ? 1 : 0);
     }
 }
 
-inline void fill_visits(const Database& db, Random& random) {
+inline void fill_visits(const Database& db, Random& random, const Shape& shape) {
     Statement insert(
         db, "INSERT INTO visits VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
-    for (std::int64_t id = 1; id <= kVisits; ++id) {
-        const std::int64_t time = kNow - kYear + id * (kYear / kVisits) + random.below(1000000);
+    for (std::int64_t id = 1; id <= shape.visits; ++id) {
+        const std::int64_t time =
+            kNow - kYear + id * (kYear / shape.visits) + random.below(1000000);
         const bool synced = random.percent(15);
         const std::string_view device = synced ? random.pick(kDevices) : "";
         const auto app =
             id % 37 == 0 ? std::optional<std::string_view>("org.northwind.reader") : std::nullopt;
-        insert.insert(id, random.between(1, kUrls), time, random.percent(40) ? id - 1 : 0,
+        insert.insert(id, random.between(1, shape.urls), time, random.percent(40) ? id - 1 : 0,
                       kTransitions[static_cast<std::size_t>(random.below(kTransitions.size()))],
                       random.percent(30) ? random.below(5000) : 0, random.below(600000000),
-                      random.percent(5) ? 1 : 0, 0, device, synced ? random.below(kVisits) : 0, 0,
-                      0, synced ? 1 : 0, random.percent(50) ? 1 : 0, random.below(kUrls), app);
+                      random.percent(5) ? 1 : 0, 0, device, synced ? random.below(shape.visits) : 0,
+                      0, 0, synced ? 1 : 0, random.percent(50) ? 1 : 0, random.below(shape.urls),
+                      app);
     }
 }
 
-inline void fill_small_tables(const Database& db, Random& random) {
+inline void fill_small_tables(const Database& db, Random& random, const Shape& shape) {
     Statement meta(db, "INSERT INTO meta VALUES (?, ?)");
     meta.insert("mmap_status", "-1");
     meta.insert("version", "68");
@@ -242,7 +250,7 @@ inline void fill_small_tables(const Database& db, Random& random) {
 
     Statement downloads(
         db, "INSERT INTO downloads VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)");
-    for (std::int64_t id = 1; id <= kDownloads; ++id) {
+    for (std::int64_t id = 1; id <= shape.downloads; ++id) {
         const std::string path = "/Users/bench/Downloads/" + std::string(random.pick(kSites)) +
                                  "-" + std::to_string(id) + ".pdf";
         const std::int64_t bytes = random.below(400000000);
@@ -253,29 +261,30 @@ inline void fill_small_tables(const Database& db, Random& random) {
     }
 
     Statement terms(db, "INSERT INTO keyword_search_terms VALUES (?, ?, ?, ?)");
-    for (int i = 0; i < kSearchTerms; ++i) {
+    for (std::int64_t i = 0; i < shape.search_terms; ++i) {
         const std::string term = std::string(random.pick(kWords)) + " " +
                                  std::string(random.pick(kSites)) + " " +
                                  std::string(random.pick(kWords));
-        terms.insert(2, random.between(1, kUrls), term, term);
+        terms.insert(2, random.between(1, shape.urls), term, term);
     }
 }
 
 // Writes the database at file (replacing it) and returns its number of rows.
-inline std::int64_t generate(const std::filesystem::path& file) {
+inline std::int64_t generate(const std::filesystem::path& file, const Shape& shape = {},
+                             std::uint64_t seed = 20240101) {
     std::filesystem::remove(file);
     const Database db(file, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
     db.exec("PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF; BEGIN");
-    Random random;
+    Random random(seed);
     create_tables(db);
-    fill_urls(db, random);
-    fill_visits(db, random);
-    fill_small_tables(db, random);
+    fill_urls(db, random, shape);
+    fill_visits(db, random, shape);
+    fill_small_tables(db, random, shape);
     db.exec(
         "CREATE INDEX urls_url_index ON urls(url);"
         "CREATE INDEX visits_url_index ON visits(url);"
         "COMMIT");
-    return 4 + kUrls + kVisits + kDownloads + kSearchTerms;
+    return shape.rows();
 }
 
 }  // namespace history
