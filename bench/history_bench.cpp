@@ -26,6 +26,7 @@
 #include <vector>
 
 #include "HistoryDatabase.h"
+#include "Support.h"
 #include "libs/Disk/Disk.h"
 #include "libs/plist/XmlWriter.h"
 #include "libs/sys/Log.h"
@@ -49,54 +50,10 @@ struct Outcome {
     std::int64_t bytes = 0;  // of the XML written, when there is one
 };
 
-struct Measurement {
-    Outcome outcome;
-    double peak_mib = 0;
-};
+using Measurement = bench::FromChild<Outcome>;
 
 double seconds_since(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
-double peak_mib(const rusage& usage) {
-#ifdef __APPLE__
-    return static_cast<double>(usage.ru_maxrss) / (1024 * 1024);  // bytes there
-#else
-    return static_cast<double>(usage.ru_maxrss) / 1024;  // KiB here
-#endif
-}
-
-// The child leaves with _exit, so that nothing of the parent's (buffered output, the removal of
-// the temporary folder) happens twice.
-template <typename Work>
-std::optional<Measurement> in_child(const Work& work) {
-    int channel[2];
-    if (::pipe(channel) != 0) return std::nullopt;
-    std::fflush(stdout);
-    const pid_t pid = ::fork();
-    if (pid == 0) {
-        ::close(channel[0]);
-        int status = 1;
-        try {
-            const Outcome outcome = work();
-            const auto sent = ::write(channel[1], &outcome, sizeof outcome);
-            if (sent == static_cast<ssize_t>(sizeof outcome)) status = 0;
-        } catch (const std::exception& error) {
-            std::printf("  failed: %s\n", error.what());
-            std::fflush(stdout);
-        }
-        ::_exit(status);
-    }
-    ::close(channel[1]);
-    Outcome outcome;
-    const bool received = pid > 0 && ::read(channel[0], &outcome, sizeof outcome) ==
-                                         static_cast<ssize_t>(sizeof outcome);
-    ::close(channel[0]);
-    int status = 0;
-    rusage usage{};
-    if (pid > 0) ::wait4(pid, &status, 0, &usage);
-    if (!received || !WIFEXITED(status) || WEXITSTATUS(status) != 0) return std::nullopt;
-    return Measurement{outcome, peak_mib(usage)};
 }
 
 // The best time and the largest peak of a few runs.
@@ -109,7 +66,7 @@ std::optional<Measurement> best_of_runs(const Work& work) {
         if (!best) {
             best = measured;
         } else {
-            best->outcome.seconds = std::min(best->outcome.seconds, measured->outcome.seconds);
+            best->result.seconds = std::min(best->result.seconds, measured->result.seconds);
             best->peak_mib = std::max(best->peak_mib, measured->peak_mib);
         }
     }
@@ -121,10 +78,10 @@ void print(const char* phase, const std::optional<Measurement>& measured) {
         std::printf("%-12s failed\n", phase);
         return;
     }
-    std::printf("%-12s %8.3f s %9.1f MiB peak", phase, measured->outcome.seconds,
+    std::printf("%-12s %8.3f s %9.1f MiB peak", phase, measured->result.seconds,
                 measured->peak_mib);
-    if (measured->outcome.bytes > 0) {
-        std::printf(" %14lld bytes of XML", static_cast<long long>(measured->outcome.bytes));
+    if (measured->result.bytes > 0) {
+        std::printf(" %14lld bytes of XML", static_cast<long long>(measured->result.bytes));
     }
     std::printf("\n");
 }
@@ -305,7 +262,7 @@ std::optional<Measurement> run_program(const std::vector<std::string>& arguments
     const double seconds = seconds_since(start);
     *exit_status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     if (*exit_status != 0) return std::nullopt;
-    return Measurement{{seconds, 0, 0}, peak_mib(usage)};
+    return Measurement{{seconds, 0, 0}, bench::peak_mib(usage)};
 }
 
 void time_whole_program(const std::string& program, const fs::path& database,
@@ -333,27 +290,9 @@ void time_whole_program(const std::string& program, const fs::path& database,
         return;
     }
     std::printf("%-12s %8.3f s %9.1f MiB peak %14lld bytes of archive\n", "tvtriage",
-                measured->outcome.seconds, measured->peak_mib,
+                measured->result.seconds, measured->peak_mib,
                 static_cast<long long>(fs::file_size(archive)));
 }
-
-// Removed at exit, with whatever the phases left in it.
-class ScratchFolder {
-public:
-    ScratchFolder()
-        : path_(fs::temp_directory_path() /
-                ("tvtriage-history-bench-" + std::to_string(::getpid()))) {
-        fs::create_directories(path_);
-    }
-    ~ScratchFolder() {
-        std::error_code ignored;
-        fs::remove_all(path_, ignored);
-    }
-    const fs::path& path() const { return path_; }
-
-private:
-    fs::path path_;
-};
 
 std::int64_t rows_in(const fs::path& database) {
     const history::Database db(database, SQLITE_OPEN_READONLY);
@@ -373,14 +312,14 @@ std::int64_t rows_in(const fs::path& database) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const ScratchFolder scratch;
+    const bench::ScratchFolder scratch("tvtriage-history-bench");
     const fs::path& folder = scratch.path();
     const char* named = argc > 1 ? argv[1] : std::getenv("TVTRIAGE_BENCH_HISTORY");
     const fs::path database = named ? fs::path(named) : folder / "History";
 
     // Generated and counted in children too, so that this process stays small: every child
     // starts as a copy of it.
-    const auto prepared = in_child([&] {
+    const auto prepared = bench::in_child([&] {
         const auto start = Clock::now();
         const bool reuse = fs::exists(database);
         const std::int64_t rows = reuse ? rows_in(database) : history::generate(database);
@@ -392,28 +331,30 @@ int main(int argc, char** argv) {
     }
     std::printf("database     %s: %.1f MiB, %lld rows", database.c_str(),
                 static_cast<double>(fs::file_size(database)) / (1024 * 1024),
-                static_cast<long long>(prepared->outcome.rows));
-    if (prepared->outcome.seconds >= 0) {
-        std::printf(", generated in %.2f s", prepared->outcome.seconds);
+                static_cast<long long>(prepared->result.rows));
+    if (prepared->result.seconds >= 0) {
+        std::printf(", generated in %.2f s", prepared->result.seconds);
     }
     std::printf("\n");
 
-    const auto floor1 = best_of_runs([&] { return in_child([&] { return load(database); }); });
+    const auto floor1 =
+        best_of_runs([&] { return bench::in_child([&] { return load(database); }); });
     print("floor 1", floor1);
-    const auto floor2 = best_of_runs(
-        [&] { return in_child([&] { return load_and_write(database, folder / "floor.xml"); }); });
+    const auto floor2 = best_of_runs([&] {
+        return bench::in_child([&] { return load_and_write(database, folder / "floor.xml"); });
+    });
     print("floor 2", floor2);
     const auto ours = best_of_runs(
-        [&] { return in_child([&] { return read_sanitize_write(database, folder); }); });
+        [&] { return bench::in_child([&] { return read_sanitize_write(database, folder); }); });
     print("ours", ours);
 
     if (floor1 && floor2 && ours) {
         std::printf("time   ours / floor 2: %.2f (goal <= 2.0)\n",
-                    ours->outcome.seconds / floor2->outcome.seconds);
+                    ours->result.seconds / floor2->result.seconds);
         std::printf("memory ours / floor 1: %.2f (goal <= 1.5)\n",
                     ours->peak_mib / floor1->peak_mib);
-        if (ours->outcome.rows != floor1->outcome.rows ||
-            ours->outcome.bytes != floor2->outcome.bytes) {
+        if (ours->result.rows != floor1->result.rows ||
+            ours->result.bytes != floor2->result.bytes) {
             std::printf("note: ours and the floors differ in rows or XML bytes\n");
         }
     }

@@ -11,22 +11,21 @@
 //       a hostile machine should cost at most twice a clean one.
 //
 // Each collection runs in a child process of its own, so that its peak memory is its own.
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "LargeMachine.h"
 #include "ModulesConfig.h"
 #include "RunPlace.h"
+#include "Support.h"
 #include "libs/sys/MainQueue.h"
 #include "modules/Registry.h"
 #include "tvtriage.h"
@@ -35,16 +34,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
-
-double peak_mib(int who) {
-    rusage usage{};
-    ::getrusage(who, &usage);
-#ifdef __APPLE__
-    return static_cast<double>(usage.ru_maxrss) / (1024 * 1024);
-#else
-    return static_cast<double>(usage.ru_maxrss) / 1024;
-#endif
-}
 
 // A callback as it arrived: a status text, or an increment when text is empty.
 struct Event {
@@ -91,27 +80,19 @@ struct Totals {
     double zip_seconds = 0;
 };
 
-// One collection with the default configuration, as the command runs it; prints its steps.
+// One collection with the default configuration, as the command runs it. Prints its steps when
+// asked to.
 std::optional<Totals> collect(const fs::path& root, const fs::path& scratch, const char* title) {
     const fs::path work = scratch / "work";
     const fs::path archive = scratch / "out.zip";
     fs::remove_all(work);
     fs::remove(archive);
     fs::create_directories(work);
-
-    int channel[2];
-    if (::pipe(channel) != 0) return std::nullopt;
-    std::fflush(stdout);
-    const pid_t pid = ::fork();
-    if (pid == 0) {
-        ::close(channel[0]);
+    const auto collected = bench::in_child([&] {
         const modules::Registry registry = modules::Registry::builtin();
         std::string problem;
         std::optional<sys::RunOutput> output = open_run_output(work, archive, &problem);
-        if (!output) {
-            std::printf("  the run folder could not be made: %s\n", problem.c_str());
-            ::_exit(1);
-        }
+        if (!output) throw std::runtime_error("the run folder could not be made: " + problem);
         sys::Machine machine = sys::Machine::local(root);
         RunSettings settings{default_modules_config(configuration_folder()), std::nullopt, &*output,
                              &machine, &registry};
@@ -126,105 +107,77 @@ std::optional<Totals> collect(const fs::path& root, const fs::path& scratch, con
         main_loop.run();
         job.join();
         const double total = std::chrono::duration<double>(Clock::now() - start).count();
+        if (summary.zip_status != 0) throw std::runtime_error("zip failed");
 
         double zip = 0;
-        std::printf("%s\n", title);
+        if (title) std::printf("%s\n", title);
         for (const Step& step : steps_of(events)) {
-            std::printf("  %-16s %8.2f s\n", step.name.c_str(), step.seconds);
+            if (title) std::printf("  %-16s %8.2f s\n", step.name.c_str(), step.seconds);
             if (step.name == "zip") zip = step.seconds;
         }
-        std::error_code ignored;
-        const auto archive_bytes = fs::file_size(archive, ignored);
-        std::printf(
-            "  %-16s %8.2f s  (%d modules, %d crashed; %zu samples listed, %zu copied;"
-            " archive %.1f MiB, zip status %d)\n",
-            "total", total, summary.modules_run, summary.modules_crashed, summary.samples_listed,
-            summary.samples_copied, static_cast<double>(archive_bytes) / (1024 * 1024),
-            summary.zip_status);
-        std::printf("  %-16s %8.2f s  = %.3f of the zip step (goal: below 0.333)\n", "all but zip",
-                    total - zip, zip > 0 ? (total - zip) / zip : 0.0);
-        // zip's own peak cannot be told from the child it starts from, which begins as a copy of
-        // this process; only the collection's is shown.
-        std::printf("  %-16s %8.1f MiB\n", "peak memory", peak_mib(RUSAGE_SELF));
-        std::fflush(stdout);
-        const Totals totals{total, zip};
-        const bool sent = ::write(channel[1], &totals, sizeof totals) == sizeof totals;
-        ::_exit(sent && summary.zip_status == 0 ? 0 : 1);
+        if (title) {
+            std::error_code ignored;
+            const auto archive_bytes = fs::file_size(archive, ignored);
+            std::printf(
+                "  %-16s %8.2f s  (%d modules, %d crashed; %zu samples listed, %zu copied;"
+                " archive %.1f MiB)\n",
+                "total", total, summary.modules_run, summary.modules_crashed,
+                summary.samples_listed, summary.samples_copied,
+                static_cast<double>(archive_bytes) / (1024 * 1024));
+            std::printf("  %-16s %8.2f s  = %.3f of the zip step\n", "all but zip", total - zip,
+                        zip > 0 ? (total - zip) / zip : 0.0);
+        }
+        return Totals{total, zip};
+    });
+    if (collected && title) {
+        // zip's own peak cannot be told apart: it is started inside the collection's memory
+        // (posix_spawn), which counts as its own until it executes zip.
+        std::printf("  %-16s %8.1f MiB\n", "peak memory", collected->peak_mib);
     }
-    ::close(channel[1]);
-    Totals totals;
-    const bool received = pid > 0 && ::read(channel[0], &totals, sizeof totals) == sizeof totals;
-    ::close(channel[0]);
-    int status = 0;
-    if (pid > 0) ::waitpid(pid, &status, 0);
-    if (!received || !WIFEXITED(status) || WEXITSTATUS(status) != 0) return std::nullopt;
-    return totals;
+    if (!collected) return std::nullopt;
+    return collected->result;
 }
 
 // Made in a child, so that this process (which every collection is forked from) stays small.
 bool generate_large_machine(const fs::path& root) {
-    std::fflush(stdout);
-    const pid_t pid = ::fork();
-    if (pid == 0) {
-        try {
-            const auto start = Clock::now();
-            const large_machine::Summary made = large_machine::build(root);
-            std::printf(
-                "large machine at %s: %d users, %d launch jobs, %d samples (%.2f GB), "
-                "%lld history rows, %d browser extensions; made in %.1f s\n",
-                root.c_str(), made.users, made.launch_jobs, made.samples,
-                static_cast<double>(made.sample_bytes) / 1e9,
-                static_cast<long long>(made.history_rows), made.extensions,
-                std::chrono::duration<double>(Clock::now() - start).count());
-            std::fflush(stdout);
-            ::_exit(0);
-        } catch (const std::exception& error) {
-            std::printf("the large machine could not be made: %s\n", error.what());
-            std::fflush(stdout);
-            ::_exit(1);
-        }
-    }
-    int status = 0;
-    ::waitpid(pid, &status, 0);
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    const auto start = Clock::now();
+    const auto made = bench::in_child([&] { return large_machine::build(root); });
+    if (!made) return false;
+    const large_machine::Summary& summary = made->result;
+    std::printf(
+        "large machine at %s: %d users, %d launch jobs, %d samples (%.2f GB), %lld history "
+        "rows, %d browser extensions; made in %.1f s\n",
+        root.c_str(), summary.users, summary.launch_jobs, summary.samples,
+        static_cast<double>(summary.sample_bytes) / 1e9,
+        static_cast<long long>(summary.history_rows), summary.extensions,
+        std::chrono::duration<double>(Clock::now() - start).count());
+    return true;
 }
 
-class ScratchFolder {
-public:
-    ScratchFolder()
-        : path_(fs::temp_directory_path() /
-                ("tvtriage-whole-run-bench-" + std::to_string(::getpid()))) {
-        fs::create_directories(path_);
-    }
-    ~ScratchFolder() {
-        std::error_code ignored;
-        fs::permissions(path_ / "hostile/Users/locked", fs::perms::owner_all, ignored);
-        fs::permissions(path_ / "clean/Users/locked", fs::perms::owner_all, ignored);
-        fs::remove_all(path_, ignored);
-    }
-    const fs::path& path() const { return path_; }
-
-private:
-    fs::path path_;
-};
-
-int large(const ScratchFolder& scratch, const char* named) {
+int large(const bench::ScratchFolder& scratch, const char* named) {
     const fs::path root = named ? fs::path(named) : scratch.path() / "large";
     if (fs::exists(root)) {
         std::printf("large machine at %s (reused)\n", root.c_str());
     } else if (!generate_large_machine(root)) {
         return 1;
     }
-    return collect(root, scratch.path(), "collection of the large machine") ? 0 : 1;
+    const std::optional<Totals> totals =
+        collect(root, scratch.path(), "collection of the large machine");
+    if (!totals) return 1;
+    std::printf("all but zip / zip: %.3f (goal: below 0.333)\n",
+                (totals->seconds - totals->zip_seconds) / totals->zip_seconds);
+    return 0;
 }
 
-int hostile(const ScratchFolder& scratch) {
+int hostile(const bench::ScratchFolder& scratch) {
     const fs::path canary = scratch.path() / "canary";
     std::FILE* file = std::fopen(canary.c_str(), "w");
     if (!file) return 1;
     std::fputs("canary\n", file);
     std::fclose(file);
     std::vector<double> seconds;
+    // The best of a few runs of each, taken in turn: these runs last seconds on a noisy machine.
+    constexpr int kRuns = 3;
     for (const char* kind : {"hostile", "clean"}) {
         const std::string make =
             std::string("python3 '" TVTRIAGE_SOURCE_DIR "/tests/support/hostile_fixture.py' ") +
@@ -234,9 +187,15 @@ int hostile(const ScratchFolder& scratch) {
             std::printf("the %s tree could not be made\n", kind);
             return 1;
         }
-        const std::optional<Totals> totals = collect(scratch.path() / kind, scratch.path(), kind);
-        if (!totals) return 1;
-        seconds.push_back(totals->seconds);
+        double best = 0;
+        for (int run = 0; run < kRuns; ++run) {
+            const std::optional<Totals> totals =
+                collect(scratch.path() / kind, scratch.path(), run == 0 ? kind : nullptr);
+            if (!totals) return 1;
+            best = run == 0 ? totals->seconds : std::min(best, totals->seconds);
+        }
+        std::printf("  %-16s %8.2f s  (best of %d)\n", "best total", best, kRuns);
+        seconds.push_back(best);
     }
     std::printf("hostile / clean: %.2f (goal: at most 2)\n", seconds[0] / seconds[1]);
     return 0;
@@ -245,7 +204,7 @@ int hostile(const ScratchFolder& scratch) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const ScratchFolder scratch;
+    const bench::ScratchFolder scratch("tvtriage-whole-run-bench");
     if (argc > 1 && std::strcmp(argv[1], "--hostile") == 0) return hostile(scratch);
     return large(scratch, argc > 1 ? argv[1] : std::getenv("TVTRIAGE_BENCH_MACHINE"));
 }
