@@ -50,7 +50,7 @@ private:
                 .write(reinterpret_cast<const char*>(block.data()),
                        static_cast<std::streamsize>(kFileSize));
             paths.push_back(file.string());
-            shell_list += " " + file.string();
+            shell_list.append(" ").append(file.string());
         }
         saved_log_ = ::dup(STDERR_FILENO);
         const int null = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
